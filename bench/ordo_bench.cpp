@@ -1,0 +1,126 @@
+// Speed of preparation, of calculation through the exported functions, and
+// of tree evaluation below them.
+#include <benchmark/benchmark.h>
+
+#include <cstring>
+#include <vector>
+
+#include "context/CalcContext.h"
+#include "interface/ordo.h"
+#include "tree/Environment.h"
+#include "values/Object.h"
+
+using namespace CalcEngine;
+
+namespace {
+
+int32_t IgnoreLog(const char16_t*, int32_t) { return ORDODLL_RESULT_OK; }
+
+int32_t SymbolIsTwo(const char16_t*, DTCalcFunctionParameterValue*, int32_t, DTCalcResult* result, void*) {
+    auto* value = static_cast<double*>(xCalcAllocateMemory(sizeof(double)));
+    *value = 2;
+    result->xResultBuffer = reinterpret_cast<char16_t*>(value);
+    result->iResultBufferLength = sizeof(double);
+    result->iType = ORDODLL_FUNCTION_RESULT_TYPE_NUMBER;
+    return ORDODLL_RESULT_OK;
+}
+
+void* Client() {
+    static void* client = [] {
+        void* handle = nullptr;
+        DTCalcInit init{};
+        init.iVersion = ORDODLL_VERSION;
+        init.xGetSymbolValueFunc = SymbolIsTwo;
+        init.xWriteLogEntryFunc = IgnoreLog;
+        init.xxClientHandle = &handle;
+        init.iFlags = ORDODLL_FLAG_FORCE_FLOAT_RESULT;
+        iCalcInitialize(&init);
+        return handle;
+    }();
+    return client;
+}
+
+void* Prepare(const char16_t* text) {
+    DTCalcFormulaPreparationResult preparation{};
+    void* handle = nullptr;
+    iCalcPrepareFormula(Client(), text, &preparation, &handle, nullptr);
+    return handle;
+}
+
+// 60 characters; the symbols keep it from being precalculated.
+const char16_t* const sixtyCharacters = u"(price * 1.21 + 4.5) / (count - 2) + [1 2 3] * rate - 7.25";
+// 20 nodes: 10 constants and 9 operators under one parenthesis block.
+const char16_t* const twentyNodes = u"(1 + 2 * 3 - 4 / 5 + 6 * 7 - 8 + 9 * 10)";
+const char16_t* const millionList = u"[1..1000000] * 2 + 1";
+
+void PrepareMiss(benchmark::State& state) {
+    for (auto _ : state) {
+        void* handle = Prepare(sixtyCharacters);
+        iCalcFreeFormula(Client(), handle);  // the first free evicts: the next prepare parses again
+    }
+}
+BENCHMARK(PrepareMiss);
+
+void PrepareCached(benchmark::State& state) {
+    void* handle = Prepare(sixtyCharacters);
+    for (auto _ : state) benchmark::DoNotOptimize(Prepare(sixtyCharacters));
+    for (int64_t i = 0; i < state.iterations(); ++i) iCalcFreeFormula(Client(), handle);
+    iCalcFreeFormula(Client(), handle);
+}
+BENCHMARK(PrepareCached);
+
+void CalculatePrecalculated(benchmark::State& state) {
+    void* handle = Prepare(u"6 * 7");
+    for (auto _ : state) {
+        DTCalcResult result{};
+        iCalcCalculate(Client(), handle, &result, nullptr);
+        iCalcFreeMemory(result.xResultBuffer);
+    }
+    iCalcFreeFormula(Client(), handle);
+}
+BENCHMARK(CalculatePrecalculated);
+
+void CalculateWithSymbol(benchmark::State& state) {
+    void* handle = Prepare(u"x * 2 + 1");
+    for (auto _ : state) {
+        DTCalcResult result{};
+        iCalcCalculate(Client(), handle, &result, nullptr);
+        iCalcFreeMemory(result.xResultBuffer);
+    }
+    iCalcFreeFormula(Client(), handle);
+}
+BENCHMARK(CalculateWithSymbol);
+
+// Evaluation of a parsed tree inside a calculation context, as a calculate
+// does it, without the result conversion.
+void Evaluate(benchmark::State& state, const char16_t* text, int64_t nodes) {
+    CalcContext context(static_cast<CalcClient*>(Client()), nullptr);
+    Environment formula;
+    formula.Parse(text, &context);
+    for (auto _ : state) {
+        Object* value = formula.Calculate(&context);
+        benchmark::DoNotOptimize(value);
+        Release(value);
+    }
+    state.counters["ns/node"] = benchmark::Counter(static_cast<double>(state.iterations() * nodes),
+                                                   benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+BENCHMARK_CAPTURE(Evaluate, TwentyNodeTree, twentyNodes, 20);
+BENCHMARK_CAPTURE(Evaluate, MillionList, millionList, 1)->Unit(benchmark::kMillisecond);
+
+// The same work as the million-element formula, written as plain C++.
+void PlainLoopMillionList(benchmark::State& state) {
+    for (auto _ : state) {
+        std::vector<double> values;
+        values.reserve(1000000);
+        for (int i = 1; i <= 1000000; ++i) values.push_back(i);
+        for (double& value : values) value *= 2;
+        for (double& value : values) value += 1;
+        benchmark::DoNotOptimize(values.data());
+    }
+}
+BENCHMARK(PlainLoopMillionList)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();

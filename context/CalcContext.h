@@ -1,0 +1,73 @@
+// The state of one exported call: messages, quota, null handling and
+// separators, the client and the host's per-call data. It lives in the
+// call's frame and borrows one object factory for the call's duration.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <vector>
+
+#include "context/ICalcContext.h"
+
+namespace CalcEngine {
+
+class CalcContext final : public ICalcContext {
+public:
+    static constexpr uint32_t Unset = 0xFFFFFFFF;
+    enum SeparatorIndex { DecimalIndex, ExpressionListIndex, Separator3Index, Separator4Index,
+                          Separator5Index, SeparatorCount };
+
+    CalcContext(CalcClient* client, void* clientData);
+    ~CalcContext() override;
+    CalcContext(const CalcContext&) = delete;
+    CalcContext& operator=(const CalcContext&) = delete;
+
+    void NoOperation() override {}
+    void FormatNumber(double value, WString& out, int precision) override;
+    double ParseNumber(const WString& text) override;
+    char16_t GetDecimalSeparator() override { return Separator(DecimalIndex, u'.'); }
+    char16_t GetExpressionListSeparator() override { return Separator(ExpressionListIndex, u','); }
+    char16_t GetSeparator3() override { return Separator(Separator3Index, u','); }
+    char16_t GetSeparator4() override { return Separator(Separator4Index, u' '); }
+    char16_t GetSeparator5() override { return Separator(Separator5Index, u','); }
+    bool FindFunction(const WString& name) override;
+    void AddWarning(const WString& text, int32_t level) override;
+    void AddError(const WString& text, const Error::Category& category, int32_t level) override;
+    void AddError(const Error& error, int32_t level) override;
+    void GetSummary(WString& out, const char16_t* title) override;
+    void* GetClientData() override { return clientData; }
+    double GetNullValue() override { return nullSubstitute; }
+    bool NullAccepted() override { return nullAccepted; }
+    void TickQuota() override;
+    ObjectFactory* GetObjectFactory() override { return objectFactory; }
+    CalcClient* GetClient() override { return client; }
+    const WString& GetLineFeed() override;
+
+    int32_t GetHighestLevel() const { return highestLevel; }
+
+private:
+    struct Message {
+        const Error::Category* category;
+        WString text;
+    };
+
+    char16_t Separator(int index, char16_t fallback) const {
+        return separators[index] == Unset ? fallback : static_cast<char16_t>(separators[index]);
+    }
+    void AddMessage(const Error::Category& category, const WString& text, int32_t level);
+
+    ObjectFactory* objectFactory;
+    uint32_t separators[SeparatorCount];
+    bool hasErrors = false;
+    bool hasWarnings = false;
+    int32_t highestLevel = 0;
+    std::vector<Message> messages;
+    void* clientData;
+    double nullSubstitute;
+    bool nullAccepted = false;
+    std::atomic<int32_t> quotaCount{0};
+    int32_t quotaLimit;
+    CalcClient* client;
+};
+
+}  // namespace CalcEngine

@@ -1,0 +1,128 @@
+#include "context/CalcFormula.h"
+
+#include <cstring>
+
+#include "context/ICalcContext.h"
+#include "interface/CalcClient.h"
+#include "values/Object.h"
+
+using namespace CalcEngine;
+
+namespace {
+
+void SetNumberResult(DTCalcResult& result, double value) {
+    auto* buffer = static_cast<double*>(xCalcAllocateMemory(sizeof(double)));
+    *buffer = value;
+    result.iType = ORDODLL_FUNCTION_RESULT_TYPE_NUMBER;
+    result.iResultBufferLength = sizeof(double);
+    result.xResultBuffer = reinterpret_cast<char16_t*>(buffer);
+}
+
+void SetTextResult(DTCalcResult& result, const WString& text) {
+    result.iType = ORDODLL_FUNCTION_RESULT_TYPE_STRING;
+    if (text.empty()) {
+        result.iResultBufferLength = 0;
+        result.xResultBuffer = nullptr;
+        return;
+    }
+    size_t bytes = (text.size() + 1) * sizeof(char16_t);
+    result.xResultBuffer = static_cast<char16_t*>(xCalcAllocateMemory(bytes));
+    std::memcpy(result.xResultBuffer, text.c_str(), bytes);
+    result.iResultBufferLength = static_cast<int32_t>(bytes);
+}
+
+WString Summary() {
+    WString summary;
+    CurrentContext()->GetSummary(summary, nullptr);
+    return summary;
+}
+
+}  // namespace
+
+RecyclableCalcFormula::~RecyclableCalcFormula() {
+    if (precalculated) iCalcFreeMemory(precalculated->result.xResultBuffer);
+}
+
+bool RecyclableCalcFormula::PrepareFormula(const WString& formulaText) {
+    if (!Parse(formulaText, nullptr)) {
+        text.clear();
+        return false;
+    }
+    text = formulaText;
+    if (IsConst()) {
+        auto record = std::make_unique<Precalculated>();
+        record->status = CalculateToResult(record->result, true);
+        if (precalculated) iCalcFreeMemory(precalculated->result.xResultBuffer);
+        precalculated = std::move(record);
+    }
+    CurrentContext()->GetClient()->formulaCache[text] = this;
+    return true;
+}
+
+bool RecyclableCalcFormula::PostProcess() {
+    ++useCount;
+    return true;
+}
+
+int32_t RecyclableCalcFormula::CalculateToResult(DTCalcResult& result, bool force) {
+    if (!force && precalculated) {
+        const DTCalcResult& stored = precalculated->result;
+        result.iResultBufferLength = stored.iResultBufferLength;
+        result.iType = stored.iType;
+        result.xResultBuffer = nullptr;
+        if (stored.xResultBuffer) {
+            result.xResultBuffer = static_cast<char16_t*>(xCalcAllocateMemory(stored.iResultBufferLength));
+            std::memcpy(result.xResultBuffer, stored.xResultBuffer, stored.iResultBufferLength);
+        }
+        return precalculated->status;
+    }
+    try {
+        PtrWrapper value(Calculate(nullptr));
+        return Convert(value.Get(), result);
+    } catch (const MathError&) {
+    } catch (const CalcInterrupt&) {
+    } catch (const NullValueException&) {
+    } catch (const CalculationQuotaExceededException&) {
+        SetTextResult(result, Summary());
+        return ORDODLL_RESULT_QUOTA_EXCEEDED_ERROR;
+    }
+    // A mathematical failure or a null is a success whose value is null.
+    SetNumberResult(result, NullNumber());
+    return ORDODLL_RESULT_OK;
+}
+
+int32_t RecyclableCalcFormula::Convert(Object* value, DTCalcResult& result) const {
+    if (!value) {
+        SetTextResult(result, Summary());
+        return ORDODLL_RESULT_EVALUATION_ERROR;
+    }
+    int32_t flags = CurrentContext()->GetClient()->flags;
+    double number;
+    WString text;
+    if (flags & ORDODLL_FLAG_FORCE_FLOAT_RESULT) {
+        value->GetNumber(number);
+        SetNumberResult(result, number);
+    } else if (flags & ORDODLL_FLAG_FORCE_FLOAT_OR_STRING_RESULT) {
+        PtrWrapper resolved(Resolve(value));
+        if (resolved->IsSingleValue()) {
+            resolved->GetNumber(number);
+            SetNumberResult(result, number);
+        } else {
+            resolved->GetText(text);
+            SetTextResult(result, text);
+        }
+    } else {
+        value->GetText(text);
+        SetTextResult(result, text);
+    }
+    return ORDODLL_RESULT_OK;
+}
+
+void RecyclableCalcFormula::FillPreparationFlags(DTCalcFormulaPreparationResult& result) const {
+    result.iResultBufferLength = 0;
+    result.iType = 0;
+    result.xResultBuffer = nullptr;
+    result.iFlags = 0;
+    if (IsConstValue()) result.iFlags |= ORDODLL_PREPARED_FORMULA_FLAG_CONST;
+    if (!HasVariableReferences()) result.iFlags |= ORDODLL_PREPARED_FORMULA_FLAG_CONST_REFERENCES;
+}

@@ -1,0 +1,42 @@
+// A prepared formula: the tree of a rule text, shared by every preparation
+// of the same text on one client, with its use count and, for a constant
+// formula, the result calculated once at preparation.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "interface/ordo.h"
+#include "tree/Environment.h"
+
+class RecyclableCalcFormula : public CalcEngine::Environment {
+public:
+    ~RecyclableCalcFormula() override;
+
+    // Parses `text`, precalculates a constant formula and enters the formula
+    // in the current client's cache. False when the text does not parse;
+    // the caller then deletes the formula.
+    bool PrepareFormula(const CalcEngine::WString& text);
+    // Counts one more use: run after a parse and on every cache hit.
+    bool PostProcess() override;
+    // Evaluates into `result` (or replays the precalculated result unless
+    // `force`), answering an ENTCalcErrorCode.
+    int32_t CalculateToResult(DTCalcResult& result, bool force);
+    void FillPreparationFlags(DTCalcFormulaPreparationResult& result) const;
+    // Drops one use; true when it was the last and the formula must go.
+    bool ReleaseUse() { return --useCount == 0; }
+
+    const CalcEngine::WString& Text() const { return text; }
+
+private:
+    struct Precalculated {
+        int32_t status = ORDODLL_RESULT_UNKNOWN_ERROR;
+        DTCalcResult result{};
+    };
+
+    int32_t Convert(CalcEngine::Object* value, DTCalcResult& result) const;
+
+    CalcEngine::WString text;
+    int32_t useCount = 0;
+    std::unique_ptr<Precalculated> precalculated;
+};

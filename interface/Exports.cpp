@@ -1,0 +1,179 @@
+// The ten exported functions. No C++ exception leaves them: the four
+// calculating ones run inside the fault guard, the others cannot throw
+// engine exceptions.
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "context/CalcContext.h"
+#include "context/CalcFormula.h"
+#include "interface/CalcClient.h"
+#include "interface/FaultGuard.h"
+#include "interface/PrepareLock.h"
+#include "interface/ordo.h"
+
+using namespace CalcEngine;
+
+namespace {
+
+// The context of one exported call, current on its thread for the call.
+class CallFrame {
+public:
+    CallFrame(CalcClient* client, void* data) : context(client, data), scope(&context) {}
+    CalcContext context;
+
+private:
+    CurrentContextScope scope;
+};
+
+CalcClient* ClientOf(void* handle) { return static_cast<CalcClient*>(handle); }
+RecyclableCalcFormula* FormulaOf(void* handle) { return static_cast<RecyclableCalcFormula*>(handle); }
+
+// The cached formula for `text`, counted one more use; or a new one parsed
+// and cached; null when the text does not parse (the error is in the context).
+RecyclableCalcFormula* FindOrPrepare(CalcClient& client, const WString& text, CalcContext& context) {
+    auto cached = client.formulaCache.find(text);
+    if (cached != client.formulaCache.end()) {
+        try {
+            cached->second->PostProcess();
+            return cached->second;
+        } catch (const Error& e) {
+            context.AddError(e, 1);
+        } catch (const Exception& e) {
+            context.AddError(u"parser exception: " + FromUtf8(e.what()) + context.GetLineFeed(),
+                             Error::GetBaseCategory(), 1);
+        } catch (const std::exception& e) {
+            context.AddError(FromUtf8(e.what()) + context.GetLineFeed(), Error::GetBaseCategory(), 1);
+        }
+        return nullptr;
+    }
+    auto formula = std::make_unique<RecyclableCalcFormula>();
+    if (!formula->PrepareFormula(text)) return nullptr;
+    return formula.release();
+}
+
+void SetPreparationFailure(DTCalcFormulaPreparationResult& result, CalcContext& context) {
+    WString summary;
+    context.GetSummary(summary, u"Formula preparation");
+    size_t characters = summary.size() + 1;
+    result.iType = ORDODLL_FUNCTION_RESULT_TYPE_STRING;
+    result.xResultBuffer = static_cast<char16_t*>(xCalcAllocateMemory(characters * sizeof(char16_t)));
+    std::memcpy(result.xResultBuffer, summary.c_str(), characters * sizeof(char16_t));
+    result.iResultBufferLength = static_cast<int32_t>(characters);
+}
+
+}  // namespace
+
+extern "C" {
+
+ORDO_API void* xCalcAllocateMemory(size_t viBytes) { return std::malloc(viBytes); }
+
+ORDO_API int32_t iCalcFreeMemory(void* vxMem) {
+    std::free(vxMem);
+    return ORDODLL_RESULT_OK;
+}
+
+ORDO_API int32_t iCalcInitialize(DTCalcInit* vxdtInit) {
+    // The record, the handle variable and the log callback are required; a
+    // bad one is refused instead of crashing the host.
+    if (!vxdtInit) return ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
+    if (vxdtInit->iVersion != ORDODLL_VERSION) return ORDODLL_RESULT_INCOMPATIBLE_INTERFACE_VERSION_ERROR;
+    if (!vxdtInit->xxClientHandle || !vxdtInit->xWriteLogEntryFunc)
+        return ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
+    try {
+        auto client = std::make_unique<CalcClient>(*vxdtInit);
+        client->WriteLogEntry(u"Ordo.dll version " + ToDecimal(ORDODLL_VERSION) + u" initialized successfully.",
+                              ORDODLL_LOG_ENTRY_PRIORITY_NOTIFICATION);
+        *vxdtInit->xxClientHandle = client.release();
+        return ORDODLL_RESULT_OK;
+    } catch (...) {
+        // A failing log callback: no exception may reach a C host.
+        return ORDODLL_RESULT_UNKNOWN_ERROR;
+    }
+}
+
+ORDO_API int32_t iCalcPrepareFormula(void* vxClientHandle, const char16_t* vxcFormula,
+                                     DTCalcFormulaPreparationResult* vxdtResult, void** vxHandle,
+                                     void* vxData) {
+    if (vxHandle) *vxHandle = nullptr;
+    if (!vxcFormula || !vxClientHandle || !vxdtResult) return ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
+    CalcClient* client = ClientOf(vxClientHandle);
+    return Guarded(client, [&]() -> int32_t {
+        PrepareLock lock;
+        CallFrame frame(client, vxData);
+        RecyclableCalcFormula* formula = FindOrPrepare(*client, vxcFormula, frame.context);
+        if (!formula) {
+            SetPreparationFailure(*vxdtResult, frame.context);
+            return ORDODLL_RESULT_PARSE_ERROR;
+        }
+        formula->FillPreparationFlags(*vxdtResult);
+        if (vxHandle) *vxHandle = formula;
+        return ORDODLL_RESULT_OK;
+    });
+}
+
+ORDO_API int32_t iCalcCalculate(void* vxClientHandle, void* vxHandle, DTCalcResult* vxdtResult,
+                                void* vxData) {
+    if (!vxHandle || !vxdtResult) return ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
+    CalcClient* client = ClientOf(vxClientHandle);
+    return Guarded(client, [&]() -> int32_t {
+        CallFrame frame(client, vxData);
+        return FormulaOf(vxHandle)->CalculateToResult(*vxdtResult, false);
+    });
+}
+
+ORDO_API int32_t iCalcCalculateFormula(void* vxClientHandle, const char16_t* formula,
+                                       DTCalcResult* vxdtResult, void* vxData) {
+    if (vxdtResult) {
+        vxdtResult->iResultBufferLength = 0;
+        vxdtResult->xResultBuffer = nullptr;
+    }
+    DTCalcFormulaPreparationResult preparation{};
+    void* handle = nullptr;
+    int32_t code = iCalcPrepareFormula(vxClientHandle, formula, &preparation, &handle, vxData);
+    if (code != ORDODLL_RESULT_OK) {
+        // The caller sees only the code; the preparation's text is not handed on.
+        iCalcFreeMemory(preparation.xResultBuffer);
+        return code;
+    }
+    code = iCalcCalculate(vxClientHandle, handle, vxdtResult, vxData);
+    int32_t freed = iCalcFreeFormula(vxClientHandle, handle);
+    return code != ORDODLL_RESULT_OK ? code : freed;
+}
+
+ORDO_API int32_t iCalcFreeFormula(void* vxClientHandle, void* vxHandle) {
+    if (!vxClientHandle || !vxHandle) return ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
+    CalcClient* client = ClientOf(vxClientHandle);
+    return Guarded(client, [&]() -> int32_t {
+        PrepareLock lock;
+        RecyclableCalcFormula* formula = FormulaOf(vxHandle);
+        client->formulaCache.erase(formula->Text());
+        if (formula->ReleaseUse()) delete formula;
+        return ORDODLL_RESULT_OK;
+    });
+}
+
+ORDO_API int32_t iCalcRegisterFunction(void* vxClientHandle, DTCalcFunction* vxdtFunction) {
+    PrepareLock lock;
+    if (!vxClientHandle) return ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
+    // Host functions join the registry with the function library.
+    (void)vxdtFunction;
+    return ORDODLL_RESULT_OK;
+}
+
+ORDO_API int32_t iCalcFinalize(void* vxClientHandle) {
+    // Formulas still prepared are not deleted: only the cache's entries go.
+    delete ClientOf(vxClientHandle);
+    return ORDODLL_RESULT_OK;
+}
+
+ORDO_API const char16_t* xcCalcGetErrorString(int32_t viErrorCode) {
+    static const char16_t* const texts[] = {
+        u"No error", u"Unknown error", u"Illegal parameter error", u"Parse error", u"Evaluation error",
+        u"Incompatible ordo.dll interface error",
+        u"The formula was too complex for allocated calculation quota", u"Unhandled exception error"};
+    if (viErrorCode > 0 || viErrorCode < -7) return u"Unknown error";
+    return texts[-viErrorCode];
+}
+
+}  // extern "C"

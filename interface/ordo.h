@@ -1,0 +1,293 @@
+/*
+ * ordo.h - the C interface of the Ordo formula-calculation library.
+ *
+ * A host creates a client with iCalcInitialize, prepares formula text into a
+ * handle with iCalcPrepareFormula, calculates the handle with iCalcCalculate
+ * as often as it likes (from any number of threads), frees it with
+ * iCalcFreeFormula and ends with iCalcFinalize.
+ *
+ * Text crossing this boundary is zero-terminated UTF-16 (char16_t), except
+ * the two one-byte separators of DTCalcInit.
+ *
+ * Memory: every buffer that crosses the boundary comes from
+ * xCalcAllocateMemory. Buffers the library hands out (result texts, numbers)
+ * belong to the host, which releases them with iCalcFreeMemory. Buffers the
+ * host hands to the library from a callback must come from
+ * xCalcAllocateMemory; the library releases them.
+ *
+ * Every function returns an ENTCalcErrorCode (0 or negative) unless stated.
+ * No C++ exception ever leaves this interface.
+ */
+#ifndef ORDO_H
+#define ORDO_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#else
+#include <uchar.h>
+#endif
+
+#if defined(__GNUC__)
+#define ORDO_API __attribute__((visibility("default")))
+#else
+#define ORDO_API
+#endif
+
+/* ENTCalcConstants */
+enum ENTCalcConstants {
+    ORDODLL_VERSION = 8400 /* OrdoDLL version number */
+};
+
+/* ENTCalcErrorCode */
+enum ENTCalcErrorCode {
+    ORDODLL_RESULT_OK = 0,                                    /* No error. */
+    ORDODLL_RESULT_UNKNOWN_ERROR = -1,                        /* Unknown error */
+    ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR = -2,              /* Illegal parameter */
+    ORDODLL_RESULT_PARSE_ERROR = -3,                          /* Error parsing formula */
+    ORDODLL_RESULT_EVALUATION_ERROR = -4,                     /* Error evaluating formula */
+    ORDODLL_RESULT_INCOMPATIBLE_INTERFACE_VERSION_ERROR = -5, /* Ordo.dll interface mismatch */
+    ORDODLL_RESULT_QUOTA_EXCEEDED_ERROR = -6,  /* The formula was too complex for allocated calculation quota */
+    ORDODLL_RESULT_UNHANDLED_EXCEPTION = -7    /* Unhandled exception occured */
+};
+
+/* ENTCalcLogEntryPriority */
+enum ENTCalcLogEntryPriority {
+    ORDODLL_LOG_ENTRY_PRIORITY_CRITICAL_ERROR = 1, /* Log entry priority: Critical error */
+    ORDODLL_LOG_ENTRY_PRIORITY_ERROR = 2,          /* Log entry priority: Error */
+    ORDODLL_LOG_ENTRY_PRIORITY_WARNING = 3,        /* Log entry priority: Warning */
+    ORDODLL_LOG_ENTRY_PRIORITY_NOTIFICATION = 4,   /* Log entry priority: Notification */
+    ORDODLL_LOG_ENTRY_PRIORITY_DEBUG = 5,          /* Log entry priority: Debug */
+    ORDODLL_LOG_ENTRY_PRIORITY_INFORMATION = 6     /* Log entry priority: Information */
+};
+
+/* ENTCalcFlags: bits of DTCalcInit.iFlags */
+enum ENTCalcFlags {
+    ORDODLL_FLAG_DEFAULT = 0,                          /* Default flags */
+    ORDODLL_FLAG_FORCE_FLOAT_RESULT = 1,               /* Force float result */
+    ORDODLL_FLAG_FORCE_NUMBER_SYMBOL_PARAMETER_TYPE = 2, /* Force number symbol parameter type */
+    ORDODLL_FLAG_FORCE_FLOAT_OR_STRING_RESULT = 4      /* Force float or string result */
+};
+
+/* ENTCalcExternalObjectReferenceFlags */
+enum ENTCalcExternalObjectReferenceFlags {
+    ORDODLL_EXTERNAL_OBJECT_REFERENCE_FLAG_DEFAULT = 0,          /* Default flags */
+    ORDODLL_EXTERNAL_OBJECT_REFERENCE_FLAG_EMPTY_PARAM_LIST = 1, /* Empty parameter list */
+    ORDODLL_EXTERNAL_OBJECT_REFERENCE_FLAG_CONST_VALUE = 2       /* Const value */
+};
+
+/* ENTCalcFunctionFlags */
+enum ENTCalcFunctionFlags {
+    ORDODLL_FUNCTION_PARAMETER_FLAG_DEFAULT = 0,    /* Default flags */
+    ORDODLL_FUNCTION_PARAMETER_FLAG_ONE_OR_MORE = 1 /* One or more times */
+};
+
+/* ENTCalcFunctionParameterType */
+enum ENTCalcFunctionParameterType {
+    ORDODLL_FUNCTION_PARAMETER_TYPE_STRING = 1,     /* String parameter */
+    ORDODLL_FUNCTION_PARAMETER_TYPE_NUMBERLIST = 2, /* Numberlist parameter */
+    ORDODLL_FUNCTION_PARAMETER_TYPE_NUMBER = 3,     /* Number parameter */
+    ORDODLL_FUNCTION_PARAMETER_TYPE_VARREF = 4      /* Variable reference parameter */
+};
+
+/* ENTCalcFunctionResultType */
+enum ENTCalcFunctionResultType {
+    ORDODLL_FUNCTION_RESULT_TYPE_UNKNOWN = 0,         /* Unknown result */
+    ORDODLL_FUNCTION_RESULT_TYPE_STRING = 1,          /* String result */
+    ORDODLL_FUNCTION_RESULT_TYPE_NUMBERLIST = 2,      /* Numberlist result */
+    ORDODLL_FUNCTION_RESULT_TYPE_NUMBER = 3,          /* Number result */
+    ORDODLL_FUNCTION_RESULT_TYPE_RAW_NUMBERLIST = 4,  /* Raw numberlist result */
+    ORDODLL_FUNCTION_RESULT_TYPE_RAW_NUMBER = 5       /* Raw number result */
+};
+
+/* ENTCalcPreparedFormulaFlags */
+enum ENTCalcPreparedFormulaFlags {
+    ORDODLL_PREPARED_FORMULA_FLAG_DEFAULT = 0,         /* Default flags */
+    ORDODLL_PREPARED_FORMULA_FLAG_CONST = 1,           /* The function is const */
+    ORDODLL_PREPARED_FORMULA_FLAG_CONST_REFERENCES = 2 /* The function is const via reference */
+};
+
+/* ENTCalcGetSymbolValueFlags */
+enum ENTCalcGetSymbolValueFlags {
+    ORDODLL_GET_SYMBOL_VALUE_FLAG_DEFAULT = 0,    /* Default flags */
+    ORDODLL_GET_SYMBOL_VALUE_FLAG_IGNORE_NULL = 1 /* Ignore null */
+};
+
+/* ENTCalcExternalFunctionFlags */
+enum ENTCalcExternalFunctionFlags {
+    ORDODLL_EXTERNAL_FUNCTION_FLAG_DEFAULT = 0, /* Default flags */
+    ORDODLL_EXTERNAL_FUNCTION_FLAG_CONST = 1    /* Constant value when used with constant parameters */
+};
+
+/* ENTCalcExternalFunctionHandlerFlags */
+enum ENTCalcExternalFunctionHandlerFlags {
+    ORDODLL_EXTERNAL_FUNCTION_HANDLER_FLAG_DEFAULT = 0,    /* Default flags */
+    ORDODLL_EXTERNAL_FUNCTION_HANDLER_FLAG_IGNORE_NULL = 1 /* Ignore null */
+};
+
+/*
+ * DTCalcResult: the outcome of a calculation, and what a host callback hands
+ * back. xResultBuffer holds, by iType, a 64-bit float, a zero-terminated
+ * UTF-16 text, or a number list (a uint64 count followed by that many
+ * doubles). iResultBufferLength is its length in bytes; 0 means no buffer.
+ */
+typedef struct DTCalcResult {
+    int32_t iResultBufferLength;
+    int32_t iType;
+    char16_t* xResultBuffer;
+} DTCalcResult;
+
+/*
+ * DTCalcFormulaPreparationResult: the outcome of iCalcPrepareFormula. On
+ * failure xResultBuffer holds the error text and iResultBufferLength its
+ * length in characters, terminator included (characters, not bytes).
+ */
+typedef struct DTCalcFormulaPreparationResult {
+    int32_t iResultBufferLength;
+    int32_t iFlags; /* ENTCalcPreparedFormulaFlags bits */
+    int32_t iType;  /* 0 on success, ORDODLL_FUNCTION_RESULT_TYPE_STRING on failure */
+    char16_t* xResultBuffer;
+} DTCalcFormulaPreparationResult;
+
+struct DTCalcFunctionParameterValue;
+struct DTExternalObjectReferenceData;
+
+/* Host callbacks. Each returns an ENTCalcErrorCode; 0 means success. */
+typedef int32_t (*TCalcGetSymbolValueFunc)(const char16_t* vxcSymbol,
+                                           struct DTCalcFunctionParameterValue* vxdtParameters,
+                                           int32_t viFlags, DTCalcResult* vxdtResult, void* vxData);
+typedef int32_t (*TCalcWriteLogEntryFunc)(const char16_t* vxcText, int32_t viPriority);
+typedef int32_t (*TCalcOnExternalObjectReferenceCreatedFunc)(
+    struct DTExternalObjectReferenceData* vxdtData, void* vxData);
+typedef int32_t (*TCalcOnExternalFunctionCallCreatedFunc)(const char16_t* vxcName, void* vxData);
+
+/* The handler of a host-registered function. */
+typedef int32_t (*TCalcFunctionHandler)(int32_t viFlags,
+                                        struct DTCalcFunctionParameterValue* vxdtParameters,
+                                        void* vxData, DTCalcResult* vxdtResult);
+
+/*
+ * DTCalcInit: the start-up record. The field order is binding.
+ * xWriteLogEntryFunc must not be null. A null xcLineFeed means "\r\n".
+ * iQuota 0 means no quota. A separator of 0 means the default
+ * ("," for expression lists, "." for decimals).
+ */
+typedef struct DTCalcInit {
+    int32_t iVersion;
+    TCalcGetSymbolValueFunc xGetSymbolValueFunc;
+    TCalcWriteLogEntryFunc xWriteLogEntryFunc;
+    TCalcOnExternalObjectReferenceCreatedFunc xOnExternalObjectReferenceCreatedFunc;
+    TCalcOnExternalFunctionCallCreatedFunc xOnExternalFunctionCallCreatedFunc;
+    const char16_t* xcLineFeed;
+    void** xxClientHandle;
+    int32_t iFlags;
+    int32_t iQuota;
+    unsigned char cExpressionListSeparator;
+    unsigned char cDecimalSeparator;
+} DTCalcInit;
+
+/* DTCalcFunctionParameter: one declared parameter of a host function. */
+typedef struct DTCalcFunctionParameter {
+    const char16_t* xcDescription;
+    int32_t iFlags; /* ENTCalcFunctionFlags bits */
+    int32_t iType;  /* ENTCalcFunctionParameterType */
+    struct DTCalcFunctionParameter* xdtNext;
+} DTCalcFunctionParameter;
+
+/* DTCalcFunction: what iCalcRegisterFunction receives; copied by the library. */
+typedef struct DTCalcFunction {
+    const char16_t* xcName;
+    const char16_t* xcSecondaryName;
+    const char16_t* xcCategory;
+    DTCalcFunctionParameter* xdtParameters;
+    int32_t iFlags;      /* ENTCalcExternalFunctionFlags bits */
+    int32_t iResultType; /* ENTCalcFunctionResultType */
+    TCalcFunctionHandler xFunctionHandler;
+} DTCalcFunction;
+
+/* DTCalcFunctionParameterValue: one actual argument; an array also linked by xdtNext. */
+typedef struct DTCalcFunctionParameterValue {
+    void* xValue; /* by iType: double, UTF-16 text, number list, DTCalcFunctionVarRefParameterValue */
+    const char16_t* xcDescription;
+    const char16_t* xcLabel; /* the argument's label, empty when it has none */
+    int32_t iFlags;
+    int32_t iType; /* ENTCalcFunctionParameterType */
+    struct DTCalcFunctionParameterValue* xdtNext;
+} DTCalcFunctionParameterValue;
+
+/* DTCalcFunctionVarRefParameterValue: value of a VARREF parameter. */
+typedef struct DTCalcFunctionVarRefParameterValue {
+    const char16_t* xcIdentifier;
+    DTCalcFunctionParameterValue* xdtParameters;
+} DTCalcFunctionVarRefParameterValue;
+
+/* DTExternalObjectReferenceData: what the host is told of a symbol reference. */
+typedef struct DTExternalObjectReferenceData {
+    const char16_t* xcSymbol;
+    DTCalcFunctionParameterValue* xdtConstParams; /* all-constant arguments, else null */
+    int32_t iFlags; /* ENTCalcExternalObjectReferenceFlags; read back after the callback */
+    int32_t iStartPos;
+} DTExternalObjectReferenceData;
+
+/* Allocate memory. The library's own allocator; no check beyond the allocator's. */
+ORDO_API void* xCalcAllocateMemory(size_t viBytes);
+
+/* Free memory allocated by xCalcAllocateMemory. Accepts null; always returns 0. */
+ORDO_API int32_t iCalcFreeMemory(void* vxMem);
+
+/*
+ * DLL initialization function. Fails with -5 when iVersion is not
+ * ORDODLL_VERSION, leaving *xxClientHandle unwritten. On success writes
+ * the client handle through xxClientHandle and a notification to the log.
+ * The record itself must not be null.
+ */
+ORDO_API int32_t iCalcInitialize(DTCalcInit* vxdtInit);
+
+/*
+ * Prepare formula. Stores null through vxHandle first, then answers -2 when
+ * vxcFormula, vxClientHandle or vxdtResult is null. On success stores the
+ * formula handle and its flags. On a parse error answers -3 with the error
+ * text in vxdtResult->xResultBuffer (host frees it). Preparing the same text
+ * twice gives the same handle, which then needs two frees.
+ */
+ORDO_API int32_t iCalcPrepareFormula(void* vxClientHandle, const char16_t* vxcFormula,
+                                     DTCalcFormulaPreparationResult* vxdtResult, void** vxHandle,
+                                     void* vxData);
+
+/*
+ * Calculate prepared formula. Answers -2 when vxHandle or vxdtResult is
+ * null. Takes no lock: any number of threads may calculate at once. The
+ * result buffer belongs to the host.
+ */
+ORDO_API int32_t iCalcCalculate(void* vxClientHandle, void* vxHandle, DTCalcResult* vxdtResult,
+                                void* vxData);
+
+/*
+ * Calculate formula: prepare, calculate and free in one call. On a parse
+ * error answers -3 with an empty result record.
+ */
+ORDO_API int32_t iCalcCalculateFormula(void* vxClientHandle, const char16_t* formula,
+                                       DTCalcResult* vxdtResult, void* vxData);
+
+/* Free resources allocated by prepared formula. -2 when either argument is null. */
+ORDO_API int32_t iCalcFreeFormula(void* vxClientHandle, void* vxHandle);
+
+/* Register a host function; later preparations see it. -2 for a null client. */
+ORDO_API int32_t iCalcRegisterFunction(void* vxClientHandle, DTCalcFunction* vxdtFunction);
+
+/*
+ * Free resources allocated by ordo.dll client. Null is accepted. Free every
+ * formula handle before finalising: prepared formulas are not deleted here.
+ */
+ORDO_API int32_t iCalcFinalize(void* vxClientHandle);
+
+/* Get error string: a static text, never freed. Unknown codes give "Unknown error". */
+ORDO_API const char16_t* xcCalcGetErrorString(int32_t viErrorCode);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* ORDO_H */

@@ -1,0 +1,115 @@
+// Token types shared by the lexer and the parser of the rule language.
+#pragma once
+
+namespace CalcEngine {
+
+struct CalcParserTokenTypes {
+    enum {
+        EOF_ = 1,  // antlr::Token::EOF_TYPE
+        NULL_TREE_LOOKAHEAD = 3,
+        COMMA = 4,
+        STRING_LITERAL = 5,
+        IDENT = 6,
+        EQUAL = 7,
+        ASSIGN = 8,
+        LOR = 9,
+        LXOR = 10,
+        LAND = 11,
+        NOT_EQUAL = 12,
+        LT_ = 13,
+        GT = 14,
+        LE = 15,
+        GE = 16,
+        PLUS = 17,
+        MINUS = 18,
+        STAR = 19,
+        DIV = 20,
+        INT_DIV = 21,
+        MODULO = 22,
+        POW = 23,
+        RANGE = 24,
+        LNOT = 25,
+        LPAREN = 26,
+        RPAREN = 27,
+        RBRACK = 28,
+        LBRACK = 29,
+        DOT = 30,
+        NUM_INT = 31,
+        NUM_FLOAT = 32,
+        NIL = 33,
+        TRUE_ = 34,
+        FALSE_ = 35,
+        COLON = 36,
+        SEMI = 37,
+        WS_ = 38,
+        ESC = 39,
+        IDENT_SUFFIX_WITH_RESERVED_IDENT_PREFIX = 40,
+        SUB_IDENT = 41,
+        IDENT_FIRST_CHAR = 42,
+        IDENT_CHAR = 43,
+        SUB_IDENT_FIRST_CHAR = 44,
+        INT = 45,
+        REAL = 46,
+        COMMENT = 47,
+    };
+};
+
+// Number of entries in CalcTokenNames().
+inline constexpr int CalcTokenCount = CalcParserTokenTypes::COMMENT + 1;
+
+// Token names indexed by type, as the parser shows them in its messages.
+inline const char* const* CalcTokenNames() {
+    static constexpr const char* names[CalcTokenCount] = {
+        "<0>",
+        "EOF",
+        "<2>",
+        "NULL_TREE_LOOKAHEAD",
+        "COMMA",
+        "STRING_LITERAL",
+        "IDENT",
+        "EQUAL",
+        "ASSIGN",
+        "LOR",
+        "LXOR",
+        "LAND",
+        "NOT_EQUAL",
+        "LT_",
+        "GT",
+        "LE",
+        "GE",
+        "PLUS",
+        "MINUS",
+        "STAR",
+        "DIV",
+        "INT_DIV",
+        "MODULO",
+        "POW",
+        "RANGE",
+        "LNOT",
+        "LPAREN",
+        "RPAREN",
+        "RBRACK",
+        "LBRACK",
+        "DOT",
+        "NUM_INT",
+        "NUM_FLOAT",
+        "NIL",
+        "TRUE_",
+        "FALSE_",
+        "COLON",
+        "SEMI",
+        "WS_",
+        "ESC",
+        "IDENT_SUFFIX_WITH_RESERVED_IDENT_PREFIX",
+        "SUB_IDENT",
+        "IDENT_FIRST_CHAR",
+        "IDENT_CHAR",
+        "SUB_IDENT_FIRST_CHAR",
+        "INT",
+        "REAL",
+        "COMMENT",
+    };
+    return names;
+}
+
+}  // namespace CalcEngine

@@ -1,0 +1,142 @@
+#include "OrdoHost.h"
+
+#include <mutex>
+
+namespace ordotest {
+
+namespace {
+
+thread_local Host* currentHost = nullptr;
+
+int32_t WriteLog(const char16_t* text, int32_t priority) {
+    if (currentHost) currentHost->log.push_back({Narrow(text), priority});
+    return ORDODLL_RESULT_OK;
+}
+
+int32_t GetSymbol(const char16_t* symbol, DTCalcFunctionParameterValue*, int32_t, DTCalcResult* result,
+                  void* data) {
+    Host& host = *static_cast<Host*>(data);
+    std::string name = Narrow(symbol);
+    host.symbolRequests.push_back(name);
+    if (host.symbolFailure != ORDODLL_RESULT_OK) return host.symbolFailure;
+    auto found = host.symbols.find(name);
+    if (found == host.symbols.end()) return ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
+    if (found->second.isNumber) {
+        auto* value = static_cast<double*>(xCalcAllocateMemory(sizeof(double)));
+        *value = found->second.number;
+        result->xResultBuffer = reinterpret_cast<char16_t*>(value);
+        result->iResultBufferLength = sizeof(double);
+        result->iType = ORDODLL_FUNCTION_RESULT_TYPE_NUMBER;
+    } else {
+        std::u16string text = Wide(found->second.text);
+        size_t bytes = (text.size() + 1) * sizeof(char16_t);
+        result->xResultBuffer = static_cast<char16_t*>(xCalcAllocateMemory(bytes));
+        std::memcpy(result->xResultBuffer, text.c_str(), bytes);
+        result->iResultBufferLength = static_cast<int32_t>(bytes);
+        result->iType = ORDODLL_FUNCTION_RESULT_TYPE_STRING;
+    }
+    return ORDODLL_RESULT_OK;
+}
+
+}  // namespace
+
+std::string Narrow(const char16_t* text) {
+    std::string out;
+    for (; text && *text; ++text) {
+        char16_t c = *text;
+        if (c < 0x80) {
+            out += static_cast<char>(c);
+        } else if (c < 0x800) {
+            out += static_cast<char>(0xC0 | (c >> 6));
+            out += static_cast<char>(0x80 | (c & 0x3F));
+        } else {
+            out += static_cast<char>(0xE0 | (c >> 12));
+            out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+            out += static_cast<char>(0x80 | (c & 0x3F));
+        }
+    }
+    return out;
+}
+
+std::u16string Wide(const std::string& text) {
+    std::u16string out;
+    for (size_t i = 0; i < text.size();) {
+        unsigned char c = text[i];
+        if (c < 0x80) {
+            out += c;
+            i += 1;
+        } else if (c < 0xE0) {
+            out += static_cast<char16_t>(((c & 0x1F) << 6) | (text[i + 1] & 0x3F));
+            i += 2;
+        } else {
+            out += static_cast<char16_t>(((c & 0x0F) << 12) | ((text[i + 1] & 0x3F) << 6) |
+                                         (text[i + 2] & 0x3F));
+            i += 3;
+        }
+    }
+    return out;
+}
+
+Host::Host(const HostOptions& options) {
+    DTCalcInit init{};
+    init.iVersion = ORDODLL_VERSION;
+    init.xGetSymbolValueFunc = GetSymbol;
+    init.xWriteLogEntryFunc = WriteLog;
+    init.xcLineFeed = options.lineFeed;
+    init.xxClientHandle = &client;
+    init.iFlags = options.flags;
+    init.iQuota = options.quota;
+    init.cExpressionListSeparator = options.listSeparator;
+    init.cDecimalSeparator = options.decimalSeparator;
+    currentHost = this;
+    iCalcInitialize(&init);
+}
+
+Host::~Host() {
+    iCalcFinalize(client);
+    currentHost = nullptr;
+}
+
+Outcome TakeResult(int32_t code, DTCalcResult& result) {
+    Outcome outcome;
+    outcome.code = code;
+    outcome.type = result.iType;
+    if (result.iType == ORDODLL_FUNCTION_RESULT_TYPE_NUMBER && result.iResultBufferLength == 8) {
+        outcome.isNumber = true;
+        std::memcpy(&outcome.number, result.xResultBuffer, sizeof(double));
+    } else if (result.xResultBuffer) {
+        outcome.text = Narrow(result.xResultBuffer);
+    }
+    iCalcFreeMemory(result.xResultBuffer);
+    return outcome;
+}
+
+Outcome Host::Prepare(const std::string& formula, void** handle, int32_t* flags) {
+    currentHost = this;
+    std::u16string text = Wide(formula);
+    DTCalcFormulaPreparationResult preparation{};
+    Outcome outcome;
+    outcome.code = iCalcPrepareFormula(client, text.c_str(), &preparation, handle, this);
+    if (flags) *flags = preparation.iFlags;
+    if (preparation.xResultBuffer) outcome.text = Narrow(preparation.xResultBuffer);
+    iCalcFreeMemory(preparation.xResultBuffer);
+    return outcome;
+}
+
+Outcome Host::Calculate(void* handle) {
+    currentHost = this;
+    DTCalcResult result{};
+    int32_t code = iCalcCalculate(client, handle, &result, this);
+    return TakeResult(code, result);
+}
+
+Outcome Host::Calc(const std::string& formula) {
+    void* handle = nullptr;
+    Outcome prepared = Prepare(formula, &handle);
+    if (prepared.code != ORDODLL_RESULT_OK) return prepared;
+    Outcome outcome = Calculate(handle);
+    iCalcFreeFormula(client, handle);
+    return outcome;
+}
+
+}  // namespace ordotest

@@ -1,0 +1,64 @@
+// A small test host over the exported functions: a client with recording
+// callbacks, and helpers that turn a formula into its result.
+#pragma once
+
+#include <cmath>
+#include <cstring>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "interface/ordo.h"
+
+namespace ordotest {
+
+std::string Narrow(const char16_t* text);
+std::u16string Wide(const std::string& text);
+
+struct LogEntry {
+    std::string text;
+    int32_t priority;
+};
+
+// What a calculation answered.
+struct Outcome {
+    int32_t code = 0;
+    int32_t type = 0;
+    bool isNumber = false;
+    double number = 0;
+    std::string text;
+};
+
+struct HostOptions {
+    int32_t flags = ORDODLL_FLAG_DEFAULT;
+    int32_t quota = 0;
+    unsigned char listSeparator = 0;
+    unsigned char decimalSeparator = 0;
+    const char16_t* lineFeed = nullptr;
+};
+
+class Host {
+public:
+    explicit Host(const HostOptions& options = HostOptions());
+    ~Host();
+    Host(const Host&) = delete;
+    Host& operator=(const Host&) = delete;
+
+    // Prepare, calculate and free through the three separate calls.
+    Outcome Calc(const std::string& formula);
+    // Prepare only: the code, and the error text on failure.
+    Outcome Prepare(const std::string& formula, void** handle, int32_t* flags = nullptr);
+    Outcome Calculate(void* handle);
+
+    void* client = nullptr;
+    std::vector<LogEntry> log;
+    // Symbol values the host answers: number, text, or list by name.
+    std::map<std::string, Outcome> symbols;
+    std::vector<std::string> symbolRequests;
+    int32_t symbolFailure = ORDODLL_RESULT_OK;
+};
+
+// Reads a result record and frees its buffer.
+Outcome TakeResult(int32_t code, DTCalcResult& result);
+
+}  // namespace ordotest

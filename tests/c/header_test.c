@@ -1,0 +1,267 @@
+/*
+ * The public header seen from a C11 host: its constants and record layouts
+ * are fixed at compile time, and the simple functions and one calculation
+ * are called through the shared library, so a C caller and the C++ library
+ * must agree on every record they exchange.
+ */
+#include <stddef.h>
+#include <stdint.h>
+#include <stdio.h>
+#include <string.h>
+
+#include "interface/ordo.h"
+
+/* Constants: their values are part of the binary interface. */
+_Static_assert(ORDODLL_VERSION == 8400, "version");
+
+_Static_assert(ORDODLL_RESULT_OK == 0, "error code");
+_Static_assert(ORDODLL_RESULT_UNKNOWN_ERROR == -1, "error code");
+_Static_assert(ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR == -2, "error code");
+_Static_assert(ORDODLL_RESULT_PARSE_ERROR == -3, "error code");
+_Static_assert(ORDODLL_RESULT_EVALUATION_ERROR == -4, "error code");
+_Static_assert(ORDODLL_RESULT_INCOMPATIBLE_INTERFACE_VERSION_ERROR == -5, "error code");
+_Static_assert(ORDODLL_RESULT_QUOTA_EXCEEDED_ERROR == -6, "error code");
+_Static_assert(ORDODLL_RESULT_UNHANDLED_EXCEPTION == -7, "error code");
+
+_Static_assert(ORDODLL_LOG_ENTRY_PRIORITY_CRITICAL_ERROR == 1, "log priority");
+_Static_assert(ORDODLL_LOG_ENTRY_PRIORITY_ERROR == 2, "log priority");
+_Static_assert(ORDODLL_LOG_ENTRY_PRIORITY_WARNING == 3, "log priority");
+_Static_assert(ORDODLL_LOG_ENTRY_PRIORITY_NOTIFICATION == 4, "log priority");
+_Static_assert(ORDODLL_LOG_ENTRY_PRIORITY_DEBUG == 5, "log priority");
+_Static_assert(ORDODLL_LOG_ENTRY_PRIORITY_INFORMATION == 6, "log priority");
+
+_Static_assert(ORDODLL_FLAG_DEFAULT == 0, "calc flag");
+_Static_assert(ORDODLL_FLAG_FORCE_FLOAT_RESULT == 1, "calc flag");
+_Static_assert(ORDODLL_FLAG_FORCE_NUMBER_SYMBOL_PARAMETER_TYPE == 2, "calc flag");
+_Static_assert(ORDODLL_FLAG_FORCE_FLOAT_OR_STRING_RESULT == 4, "calc flag");
+
+_Static_assert(ORDODLL_EXTERNAL_OBJECT_REFERENCE_FLAG_DEFAULT == 0, "reference flag");
+_Static_assert(ORDODLL_EXTERNAL_OBJECT_REFERENCE_FLAG_EMPTY_PARAM_LIST == 1, "reference flag");
+_Static_assert(ORDODLL_EXTERNAL_OBJECT_REFERENCE_FLAG_CONST_VALUE == 2, "reference flag");
+
+_Static_assert(ORDODLL_FUNCTION_PARAMETER_FLAG_DEFAULT == 0, "parameter flag");
+_Static_assert(ORDODLL_FUNCTION_PARAMETER_FLAG_ONE_OR_MORE == 1, "parameter flag");
+
+_Static_assert(ORDODLL_FUNCTION_PARAMETER_TYPE_STRING == 1, "parameter type");
+_Static_assert(ORDODLL_FUNCTION_PARAMETER_TYPE_NUMBERLIST == 2, "parameter type");
+_Static_assert(ORDODLL_FUNCTION_PARAMETER_TYPE_NUMBER == 3, "parameter type");
+_Static_assert(ORDODLL_FUNCTION_PARAMETER_TYPE_VARREF == 4, "parameter type");
+
+_Static_assert(ORDODLL_FUNCTION_RESULT_TYPE_UNKNOWN == 0, "result type");
+_Static_assert(ORDODLL_FUNCTION_RESULT_TYPE_STRING == 1, "result type");
+_Static_assert(ORDODLL_FUNCTION_RESULT_TYPE_NUMBERLIST == 2, "result type");
+_Static_assert(ORDODLL_FUNCTION_RESULT_TYPE_NUMBER == 3, "result type");
+_Static_assert(ORDODLL_FUNCTION_RESULT_TYPE_RAW_NUMBERLIST == 4, "result type");
+_Static_assert(ORDODLL_FUNCTION_RESULT_TYPE_RAW_NUMBER == 5, "result type");
+
+_Static_assert(ORDODLL_PREPARED_FORMULA_FLAG_DEFAULT == 0, "prepared flag");
+_Static_assert(ORDODLL_PREPARED_FORMULA_FLAG_CONST == 1, "prepared flag");
+_Static_assert(ORDODLL_PREPARED_FORMULA_FLAG_CONST_REFERENCES == 2, "prepared flag");
+
+_Static_assert(ORDODLL_GET_SYMBOL_VALUE_FLAG_DEFAULT == 0, "symbol value flag");
+_Static_assert(ORDODLL_GET_SYMBOL_VALUE_FLAG_IGNORE_NULL == 1, "symbol value flag");
+
+_Static_assert(ORDODLL_EXTERNAL_FUNCTION_FLAG_DEFAULT == 0, "function flag");
+_Static_assert(ORDODLL_EXTERNAL_FUNCTION_FLAG_CONST == 1, "function flag");
+
+_Static_assert(ORDODLL_EXTERNAL_FUNCTION_HANDLER_FLAG_DEFAULT == 0, "handler flag");
+_Static_assert(ORDODLL_EXTERNAL_FUNCTION_HANDLER_FLAG_IGNORE_NULL == 1, "handler flag");
+
+/* Records: the field order is binding, and the fields have their fixed widths. */
+#define BEFORE(T, a, b) _Static_assert(offsetof(T, a) < offsetof(T, b), #T ": " #a " before " #b)
+#define WIDTH(T, a, n) _Static_assert(sizeof(((T*)0)->a) == (n), #T ": width of " #a)
+
+BEFORE(DTCalcResult, iResultBufferLength, iType);
+BEFORE(DTCalcResult, iType, xResultBuffer);
+WIDTH(DTCalcResult, iResultBufferLength, 4);
+WIDTH(DTCalcResult, iType, 4);
+
+BEFORE(DTCalcFormulaPreparationResult, iResultBufferLength, iFlags);
+BEFORE(DTCalcFormulaPreparationResult, iFlags, iType);
+BEFORE(DTCalcFormulaPreparationResult, iType, xResultBuffer);
+
+BEFORE(DTCalcInit, iVersion, xGetSymbolValueFunc);
+BEFORE(DTCalcInit, xGetSymbolValueFunc, xWriteLogEntryFunc);
+BEFORE(DTCalcInit, xWriteLogEntryFunc, xOnExternalObjectReferenceCreatedFunc);
+BEFORE(DTCalcInit, xOnExternalObjectReferenceCreatedFunc, xOnExternalFunctionCallCreatedFunc);
+BEFORE(DTCalcInit, xOnExternalFunctionCallCreatedFunc, xcLineFeed);
+BEFORE(DTCalcInit, xcLineFeed, xxClientHandle);
+BEFORE(DTCalcInit, xxClientHandle, iFlags);
+BEFORE(DTCalcInit, iFlags, iQuota);
+BEFORE(DTCalcInit, iQuota, cExpressionListSeparator);
+BEFORE(DTCalcInit, cExpressionListSeparator, cDecimalSeparator);
+WIDTH(DTCalcInit, iVersion, 4);
+WIDTH(DTCalcInit, cExpressionListSeparator, 1);
+WIDTH(DTCalcInit, cDecimalSeparator, 1);
+
+BEFORE(DTCalcFunctionParameter, xcDescription, iFlags);
+BEFORE(DTCalcFunctionParameter, iFlags, iType);
+BEFORE(DTCalcFunctionParameter, iType, xdtNext);
+
+BEFORE(DTCalcFunction, xcName, xcSecondaryName);
+BEFORE(DTCalcFunction, xcSecondaryName, xcCategory);
+BEFORE(DTCalcFunction, xcCategory, xdtParameters);
+BEFORE(DTCalcFunction, xdtParameters, iFlags);
+BEFORE(DTCalcFunction, iFlags, iResultType);
+BEFORE(DTCalcFunction, iResultType, xFunctionHandler);
+
+BEFORE(DTCalcFunctionParameterValue, xValue, xcDescription);
+BEFORE(DTCalcFunctionParameterValue, xcDescription, xcLabel);
+BEFORE(DTCalcFunctionParameterValue, xcLabel, iFlags);
+BEFORE(DTCalcFunctionParameterValue, iFlags, iType);
+BEFORE(DTCalcFunctionParameterValue, iType, xdtNext);
+
+BEFORE(DTCalcFunctionVarRefParameterValue, xcIdentifier, xdtParameters);
+
+BEFORE(DTExternalObjectReferenceData, xcSymbol, xdtConstParams);
+BEFORE(DTExternalObjectReferenceData, xdtConstParams, iFlags);
+BEFORE(DTExternalObjectReferenceData, iFlags, iStartPos);
+
+_Static_assert(sizeof(char16_t) == 2, "text is UTF-16");
+
+static int failures = 0;
+
+#define CHECK(condition)                                                                  \
+    do {                                                                                  \
+        if (!(condition)) {                                                               \
+            fprintf(stderr, "%s:%d: check failed: %s\n", __FILE__, __LINE__, #condition); \
+            ++failures;                                                                   \
+        }                                                                                 \
+    } while (0)
+
+static int u16_equal(const char16_t* a, const char16_t* b) {
+    while (*a != 0 && *a == *b) {
+        ++a, ++b;
+    }
+    return *a == *b;
+}
+
+static void test_error_strings(void) {
+    static const struct {
+        int32_t code;
+        const char16_t* text;
+    } kCases[] = {
+        {ORDODLL_RESULT_OK, u"No error"},
+        {ORDODLL_RESULT_UNKNOWN_ERROR, u"Unknown error"},
+        {ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR, u"Illegal parameter error"},
+        {ORDODLL_RESULT_PARSE_ERROR, u"Parse error"},
+        {ORDODLL_RESULT_EVALUATION_ERROR, u"Evaluation error"},
+        {ORDODLL_RESULT_INCOMPATIBLE_INTERFACE_VERSION_ERROR,
+         u"Incompatible ordo.dll interface error"},
+        {ORDODLL_RESULT_QUOTA_EXCEEDED_ERROR,
+         u"The formula was too complex for allocated calculation quota"},
+        {ORDODLL_RESULT_UNHANDLED_EXCEPTION, u"Unhandled exception error"},
+        {-8, u"Unknown error"},
+        {1, u"Unknown error"},
+        {INT32_MIN, u"Unknown error"},
+        {INT32_MAX, u"Unknown error"},
+    };
+    for (size_t i = 0; i < sizeof kCases / sizeof kCases[0]; ++i) {
+        const char16_t* text = xcCalcGetErrorString(kCases[i].code);
+        if (text == NULL || !u16_equal(text, kCases[i].text)) {
+            fprintf(stderr, "wrong error string for code %d\n", (int)kCases[i].code);
+            ++failures;
+        }
+    }
+}
+
+static void test_memory(void) {
+    CHECK(iCalcFreeMemory(NULL) == ORDODLL_RESULT_OK);
+    double* numbers = xCalcAllocateMemory(8 * sizeof(double));
+    CHECK(numbers != NULL);
+    if (numbers != NULL) {
+        for (int i = 0; i < 8; ++i) {
+            numbers[i] = i;
+        }
+        CHECK(numbers[7] == 7.0);
+        CHECK(iCalcFreeMemory(numbers) == ORDODLL_RESULT_OK);
+    }
+}
+
+static int log_calls = 0;
+static int32_t last_log_priority = 0;
+static int last_log_was_start_up = 0;
+
+static int32_t write_log(const char16_t* text, int32_t priority) {
+    ++log_calls;
+    last_log_priority = priority;
+    last_log_was_start_up = u16_equal(text, u"Ordo.dll version 8400 initialized successfully.");
+    return ORDODLL_RESULT_OK;
+}
+
+static DTCalcInit make_init(void** client) {
+    DTCalcInit init = {
+        .iVersion = ORDODLL_VERSION,
+        .xWriteLogEntryFunc = write_log,
+        .xxClientHandle = client,
+        .iFlags = ORDODLL_FLAG_FORCE_FLOAT_RESULT,
+    };
+    return init;
+}
+
+static void test_version_mismatch(void) {
+    static int sentinel;
+    void* client = &sentinel;
+    DTCalcInit init = make_init(&client);
+    init.iVersion = 8200;
+    log_calls = 0;
+    CHECK(iCalcInitialize(&init) == ORDODLL_RESULT_INCOMPATIBLE_INTERFACE_VERSION_ERROR);
+    CHECK(client == &sentinel);
+    CHECK(log_calls == 0);
+    CHECK(iCalcFinalize(NULL) == ORDODLL_RESULT_OK);
+}
+
+/* A round trip through every record the host fills or reads for one formula. */
+static void test_calculation(void) {
+    void* client = NULL;
+    DTCalcInit init = make_init(&client);
+    log_calls = 0;
+    CHECK(iCalcInitialize(&init) == ORDODLL_RESULT_OK);
+    CHECK(client != NULL);
+    CHECK(log_calls == 1 && last_log_priority == ORDODLL_LOG_ENTRY_PRIORITY_NOTIFICATION);
+    CHECK(last_log_was_start_up);
+    if (client == NULL) {
+        return;
+    }
+
+    DTCalcFormulaPreparationResult prepared = {0};
+    void* handle = &prepared;
+    CHECK(iCalcPrepareFormula(client, NULL, &prepared, &handle, NULL) ==
+          ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR);
+    CHECK(handle == NULL);
+
+    CHECK(iCalcPrepareFormula(client, u"1+2", &prepared, &handle, NULL) == ORDODLL_RESULT_OK);
+    CHECK(handle != NULL);
+    CHECK(prepared.iType == 0 && prepared.xResultBuffer == NULL);
+    CHECK(prepared.iFlags & ORDODLL_PREPARED_FORMULA_FLAG_CONST);
+
+    DTCalcResult result = {0};
+    CHECK(iCalcCalculate(client, handle, &result, NULL) == ORDODLL_RESULT_OK);
+    CHECK(result.iType == ORDODLL_FUNCTION_RESULT_TYPE_NUMBER);
+    CHECK(result.iResultBufferLength == sizeof(double));
+    if (result.xResultBuffer != NULL && result.iResultBufferLength == sizeof(double)) {
+        double value;
+        memcpy(&value, result.xResultBuffer, sizeof value);
+        CHECK(value == 3.0);
+    }
+    CHECK(iCalcFreeMemory(result.xResultBuffer) == ORDODLL_RESULT_OK);
+    CHECK(iCalcCalculate(client, NULL, &result, NULL) == ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR);
+    if (handle != NULL) {
+        CHECK(iCalcFreeFormula(client, handle) == ORDODLL_RESULT_OK);
+    }
+    CHECK(iCalcFreeFormula(client, NULL) == ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR);
+    CHECK(iCalcFinalize(client) == ORDODLL_RESULT_OK);
+}
+
+int main(void) {
+    test_error_strings();
+    test_memory();
+    test_version_mismatch();
+    test_calculation();
+    if (failures != 0) {
+        fprintf(stderr, "%d check(s) failed\n", failures);
+        return 1;
+    }
+    puts("C header test passed");
+    return 0;
+}

@@ -1,0 +1,22 @@
+# Fails unless the dynamic symbol table of LIBRARY defines exactly the ten
+# functions of interface/ordo.h.
+execute_process(COMMAND nm -D --defined-only ${LIBRARY} OUTPUT_VARIABLE symbols RESULT_VARIABLE rc)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "nm failed on ${LIBRARY}")
+endif()
+string(REGEX MATCHALL "[^\n]+" lines "${symbols}")
+set(found "")
+foreach(line IN LISTS lines)
+  string(REGEX REPLACE "^[0-9a-fA-F]* *[A-Za-z] +" "" name "${line}")
+  if(NOT name MATCHES "^(_init|_fini|_end|_edata|__bss_start)$")
+    list(APPEND found "${name}")
+  endif()
+endforeach()
+list(SORT found)
+set(expected iCalcCalculate iCalcCalculateFormula iCalcFinalize iCalcFreeFormula iCalcFreeMemory
+  iCalcInitialize iCalcPrepareFormula iCalcRegisterFunction xCalcAllocateMemory xcCalcGetErrorString)
+list(SORT expected)
+if(NOT found STREQUAL expected)
+  message(FATAL_ERROR "exported symbols differ:\n found: ${found}\n expected: ${expected}")
+endif()
+message(STATUS "exports ok: ${found}")

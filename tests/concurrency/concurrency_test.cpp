@@ -1,0 +1,98 @@
+// Many threads calculating the same handles, while another thread prepares
+// and frees other formulas on the same client. Also run under
+// ThreadSanitizer.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cmath>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "interface/ordo.h"
+
+namespace {
+
+int32_t IgnoreLog(const char16_t*, int32_t) { return ORDODLL_RESULT_OK; }
+
+// Every symbol is worth the thread's own number, passed as vxData.
+int32_t SymbolIsThreadNumber(const char16_t*, DTCalcFunctionParameterValue*, int32_t, DTCalcResult* result,
+                             void* data) {
+    auto* value = static_cast<double*>(xCalcAllocateMemory(sizeof(double)));
+    *value = static_cast<double>(reinterpret_cast<intptr_t>(data));
+    result->xResultBuffer = reinterpret_cast<char16_t*>(value);
+    result->iResultBufferLength = sizeof(double);
+    result->iType = ORDODLL_FUNCTION_RESULT_TYPE_NUMBER;
+    return ORDODLL_RESULT_OK;
+}
+
+void* NewClient() {
+    void* client = nullptr;
+    DTCalcInit init{};
+    init.iVersion = ORDODLL_VERSION;
+    init.xGetSymbolValueFunc = SymbolIsThreadNumber;
+    init.xWriteLogEntryFunc = IgnoreLog;
+    init.xxClientHandle = &client;
+    init.iFlags = ORDODLL_FLAG_FORCE_FLOAT_RESULT;
+    EXPECT_EQ(iCalcInitialize(&init), ORDODLL_RESULT_OK);
+    return client;
+}
+
+void* Prepare(void* client, const std::u16string& text) {
+    DTCalcFormulaPreparationResult preparation{};
+    void* handle = nullptr;
+    EXPECT_EQ(iCalcPrepareFormula(client, text.c_str(), &preparation, &handle, nullptr), ORDODLL_RESULT_OK);
+    return handle;
+}
+
+double Calculate(void* client, void* handle, intptr_t threadNumber) {
+    DTCalcResult result{};
+    int32_t code = iCalcCalculate(client, handle, &result, reinterpret_cast<void*>(threadNumber));
+    double value = NAN;
+    if (code == ORDODLL_RESULT_OK && result.iResultBufferLength == 8) std::memcpy(&value, result.xResultBuffer, 8);
+    iCalcFreeMemory(result.xResultBuffer);
+    return value;
+}
+
+TEST(Concurrency, SharedHandlesWhilePreparingAndFreeing) {
+    void* client = NewClient();
+    // Twenty threads on sixteen factories: some must wait for a free one.
+    constexpr int threadCount = 20;
+    constexpr int rounds = 300;
+    void* arithmetic = Prepare(client, u"(x * 2 + 1) - (x - 1) * 3");
+    void* list = Prepare(client, u"[1..100] * x + [x]");
+    void* constant = Prepare(client, u"[1..10] * 2");
+    std::atomic<int> wrong{0};
+    std::atomic<bool> stop{false};
+
+    std::thread preparer([&] {
+        for (int i = 0; !stop; ++i) {
+            std::u16string text = u"x + " + std::u16string(1, static_cast<char16_t>(u'0' + i % 10));
+            void* handle = Prepare(client, text);
+            void* again = Prepare(client, text);
+            if (handle != again) ++wrong;
+            iCalcFreeFormula(client, handle);
+            iCalcFreeFormula(client, again);
+        }
+    });
+    std::vector<std::thread> threads;
+    for (intptr_t t = 1; t <= threadCount; ++t) {
+        threads.emplace_back([&, t] {
+            double x = static_cast<double>(t);
+            for (int i = 0; i < rounds; ++i) {
+                if (Calculate(client, arithmetic, t) != (x * 2 + 1) - (x - 1) * 3) ++wrong;
+                if (Calculate(client, list, t) != 1 * x + x) ++wrong;
+                if (Calculate(client, constant, t) != 2) ++wrong;
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    stop = true;
+    preparer.join();
+    EXPECT_EQ(wrong.load(), 0);
+    for (void* handle : {arithmetic, list, constant}) EXPECT_EQ(iCalcFreeFormula(client, handle), 0);
+    iCalcFinalize(client);
+}
+
+}  // namespace

@@ -1,0 +1,50 @@
+// A formula's scope: owns the top-level expressions, runs the parse and
+// starts evaluation.
+#pragma once
+
+#include <istream>
+#include <vector>
+
+#include "tree/SymNode.h"
+
+namespace CalcEngine {
+
+class ICalcContext;
+
+class Environment : public SymNode {
+public:
+    Environment() = default;
+    ~Environment() override;
+
+    // Parses the rule text into this environment; on failure the error is
+    // in the context, the environment is empty and the answer is false.
+    virtual bool Parse(const WString& text, ICalcContext* context);
+    // Evaluates all expressions; an Error is recorded in the context and
+    // answers null. One reference for the caller.
+    virtual Object* Calculate(ICalcContext* context);
+    // Runs after a successful parse.
+    virtual bool PostProcess() { return true; }
+    virtual bool IsConstValue() const { return isConst; }
+    // Set when a symbol reference is constant only by way of a reference.
+    bool HasVariableReferences() const { return constViaReference; }
+    bool IsConst() const override { return isConst && !constViaReference; }
+
+    Object* Evaluate(Environment& environment) const override;
+    Object* EvaluateAll(ICalcContext* context);
+    void Dump(WString& out, int options) const override;
+    void Accept(SymNodeVisitor& visitor) override;
+    void AcceptConst(SymNodeVisitor& visitor) override;
+
+    void AddExpression(ExprPtr expression);
+    size_t ExpressionCount() const { return expressions.size(); }
+    void Clear();
+    // The factory ANDs each new node's IsConst into this flag.
+    void MarkNotConst() { isConst = false; }
+
+private:
+    std::vector<ExprPtr> expressions;
+    bool isConst = true;
+    bool constViaReference = false;
+};
+
+}  // namespace CalcEngine

@@ -1,0 +1,330 @@
+#include "tree/Operators.h"
+
+#include <cstdlib>
+#include <vector>
+
+#include "context/ICalcContext.h"
+#include "values/Exception.h"
+#include "values/NumberVectorObject.h"
+#include "values/ObjectFactory.h"
+
+namespace CalcEngine {
+
+namespace {
+
+BinOp* topOfLastChain = nullptr;  // parses are serialised by the prepare lock
+
+int32_t Precedence(int32_t op) { return binaryOperators[op].precedence; }
+
+const BinOp* AsSamePrecedenceBinOp(const Expr* node, int32_t precedence) {
+    auto* binOp = dynamic_cast<const BinOp*>(node);
+    return binOp && Precedence(binOp->Op()) == precedence ? binOp : nullptr;
+}
+
+[[noreturn]] void RaiseOperandMissing(const char16_t* side, int32_t op) {
+    throw Exception(WString(u"error evaluating ") + side + u"hand side of the binary operation '" +
+                    binaryOperators[op].symbol + u"'");
+}
+
+// The widening of `value` towards `other` that operator `op` uses.
+Object* WidenFor(int32_t op, Object& value, Object& other) {
+    switch (op) {
+        case OpPlus: return value.WidenForPlus(other);
+        case OpMinus: return value.WidenForMinus(other);
+        case OpDiv:
+        case OpIntDiv: return value.WidenForDiv(other);
+        case OpMul: return value.WidenForMul(other);
+        case OpMod: return value.WidenForMod(other);
+        case OpPow: return value.WidenForPow(other);
+        default: return value.WidenForCompare(other);
+    }
+}
+
+void ApplyArithmetic(int32_t op, Object& working, const Object& right) {
+    switch (op) {
+        case OpNotEqual: working.OperatorNotEqual(right); break;
+        case OpEqual: working.OperatorEqual(right); break;
+        case OpLt: working.OperatorLt(right); break;
+        case OpGt: working.OperatorGt(right); break;
+        case OpLe: working.OperatorLe(right); break;
+        case OpGe: working.OperatorGe(right); break;
+        case OpPlus: working.OperatorPlus(right); break;
+        case OpMinus: working.OperatorMinus(right); break;
+        case OpDiv: working.OperatorDiv(right); break;
+        case OpMul: working.OperatorMul(right); break;
+        case OpMod: working.OperatorMod(right); break;
+        case OpIntDiv: working.OperatorIntDiv(right); break;
+        default: working.OperatorPow(right); break;
+    }
+}
+
+Object* ApplyLogical(int32_t op, Object& working, Expr& right) {
+    switch (op) {
+        case OpOr: return working.OperatorLor(right);
+        case OpXor: return working.OperatorLxor(right);
+        default: return working.OperatorLand(right);
+    }
+}
+
+// The accumulator for `left op right`, one reference for the caller.
+Object* ChooseWorkingValue(Environment& environment, int32_t op, Object& left, Object& right) {
+    if (Object* working = PromoteOperands(&environment, left, right)) return working;
+    PtrWrapper widened(WidenFor(op, left, right));
+    if (Object* working = PromoteOperands(&environment, *widened, right)) return working;
+    return widened.Detach();
+}
+
+void FillRange(int32_t from, int32_t to, DoubleVector& out) {
+    int64_t length = std::llabs(static_cast<int64_t>(to) - from);
+    if (length > Range::MaxLength - 1)
+        throw Exception(u"The result length of range-expression exceeds the maximum allowed size of " +
+                        ToDecimal(Range::MaxLength));
+    out.values.reserve(out.values.size() + length + 1);
+    int32_t step = from < to ? 1 : -1;
+    for (int64_t i = 0; i <= length; ++i) out.values.push_back(static_cast<double>(from + step * i));
+}
+
+}  // namespace
+
+BinOp::BinOp(int32_t op, ExprPtr left, ExprPtr right) : op(op) {
+    SetLeft(std::move(left));
+    if (AsSamePrecedenceBinOp(right.get(), Precedence(op))) {
+        RotateInto(std::move(right));
+    } else {
+        SetRight(std::move(right));
+        topOfLastChain = this;
+    }
+}
+
+BinOp::~BinOp() {
+    while (BinOp* child = LeftBinOp()) {
+        ExprPtr grandchild = std::move(child->left);
+        leftIsBinOp = child->leftIsBinOp;
+        child->leftIsBinOp = false;
+        left = std::move(grandchild);  // deletes `child`, whose left is gone already
+    }
+}
+
+BinOp* BinOp::TopOfLastChain() { return topOfLastChain; }
+
+void BinOp::SetLeft(ExprPtr node) {
+    leftIsBinOp = dynamic_cast<BinOp*>(node.get()) != nullptr;
+    node->parent = this;
+    left = std::move(node);
+}
+
+void BinOp::SetRight(ExprPtr node) {
+    node->parent = this;
+    right = std::move(node);
+}
+
+// `a op (b op1 c op2 d)` with one precedence becomes `((a op b) op1 c) op2 d`:
+// the chain under `chainTop` is taken apart and rebuilt on top of this node.
+void BinOp::RotateInto(ExprPtr chainTop) {
+    int32_t precedence = Precedence(op);
+    std::vector<BinOp*> chain;  // lowest first
+    for (BinOp* node = static_cast<BinOp*>(chainTop.get()); node;
+         node = const_cast<BinOp*>(AsSamePrecedenceBinOp(node->left.get(), precedence)))
+        chain.insert(chain.begin(), node);
+    std::vector<ExprPtr> leaves;  // leftmost first
+    leaves.push_back(std::move(chain.front()->left));
+    for (BinOp* node : chain) leaves.push_back(std::move(node->right));
+    // Ownership of the chain nodes moves from their parents to their children.
+    std::vector<ExprPtr> owned;
+    for (size_t i = 1; i < chain.size(); ++i) owned.push_back(std::move(chain[i]->left));
+    BinOp* top = static_cast<BinOp*>(chainTop.release());
+
+    SetRight(std::move(leaves[0]));
+    BinOp* previous = this;
+    for (size_t i = 0; i < chain.size(); ++i) {
+        ExprPtr previousOwner = i == 0 ? ExprPtr(previous) : std::move(owned[i - 1]);
+        chain[i]->SetLeft(std::move(previousOwner));
+        chain[i]->SetRight(std::move(leaves[i + 1]));
+        previous = chain[i];
+    }
+    top->parent = nullptr;
+    topOfLastChain = top;
+}
+
+Object* BinOp::Evaluate(Environment& environment) const {
+    // Charge the spine top-down, evaluate its leftmost operand, then combine
+    // upwards: the order of a recursive evaluation, without its depth.
+    TickQuota();
+    const BinOp* bottom = this;
+    while (const BinOp* child = bottom->LeftBinOp()) {
+        TickQuota();
+        bottom = child;
+    }
+    Object* value = bottom->left->Evaluate(environment);
+    for (const BinOp* node = bottom;; node = static_cast<const BinOp*>(node->parent)) {
+        value = node->Combine(environment, value);
+        if (node == this) return value;
+    }
+}
+
+Object* BinOp::Combine(Environment& environment, Object* leftValue) const {
+    if (!leftValue) RaiseOperandMissing(u"left ", op);
+    PtrWrapper leftHolder(leftValue);
+    if (binaryOperators[op].isLogical) {
+        PtrWrapper working(Resolve(leftValue));
+        if (Object* replacement = ApplyLogical(op, *working, *right)) working.Reset(replacement);
+        return working.Detach();
+    }
+    PtrWrapper rightValue(right->Evaluate(environment));
+    if (!rightValue) RaiseOperandMissing(u"right ", op);
+    if (rightValue->GetType().IsIndirect()) rightValue.Reset(WidenFor(op, *rightValue, *leftValue));
+    PtrWrapper working(ChooseWorkingValue(environment, op, *leftValue, *rightValue));
+    ApplyArithmetic(op, *working, *rightValue);
+    return working.Detach();
+}
+
+void BinOp::Dump(WString& out, int options) const {
+    const BinOp* bottom = this;
+    while (const BinOp* child = bottom->LeftBinOp()) bottom = child;
+    bottom->left->Dump(out, options);
+    for (const BinOp* node = bottom;; node = static_cast<const BinOp*>(node->parent)) {
+        out += u" ";
+        out += binaryOperators[node->op].symbol;
+        out += u" ";
+        node->right->Dump(out, options);
+        if (node == this) return;
+    }
+}
+
+void BinOp::Accept(SymNodeVisitor& visitor) {
+    BinOp* bottom = this;
+    visitor.Visit(*this);
+    while (BinOp* child = bottom->LeftBinOp()) {
+        visitor.Visit(*child);
+        bottom = child;
+    }
+    bottom->left->Accept(visitor);
+    for (BinOp* node = bottom;; node = static_cast<BinOp*>(node->parent)) {
+        node->right->Accept(visitor);
+        if (node == this) return;
+    }
+}
+
+void BinOp::AcceptConst(SymNodeVisitor& visitor) {
+    BinOp* bottom = this;
+    visitor.VisitConst(*this);
+    while (BinOp* child = bottom->LeftBinOp()) {
+        visitor.VisitConst(*child);
+        bottom = child;
+    }
+    bottom->left->AcceptConst(visitor);
+    for (BinOp* node = bottom;; node = static_cast<BinOp*>(node->parent)) {
+        node->right->AcceptConst(visitor);
+        if (node == this) return;
+    }
+}
+
+UnOp::UnOp(int32_t op, ExprPtr operand) : op(op), operand(std::move(operand)) {
+    this->operand->parent = this;
+}
+
+Object* UnOp::Evaluate(Environment& environment) const {
+    TickQuota();
+    PtrWrapper value(operand->Evaluate(environment));
+    if (!value)
+        throw Exception(WString(u"error evaluating parameter for unary operator '") +
+                        unaryOperators[op].symbol + u"'");
+    PtrWrapper working(Resolve(value.Get()));
+    switch (op) {
+        case UnNot: working->OperatorLnot(); break;
+        case UnMinus: working->UnaryMinus(); break;
+        default: working->UnaryPlus(); break;
+    }
+    return working.Detach();
+}
+
+void UnOp::Dump(WString& out, int options) const {
+    out += unaryOperators[op].symbol;
+    operand->Dump(out, options);
+}
+
+void UnOp::Accept(SymNodeVisitor& visitor) {
+    visitor.Visit(*this);
+    operand->Accept(visitor);
+}
+
+void UnOp::AcceptConst(SymNodeVisitor& visitor) {
+    visitor.VisitConst(*this);
+    operand->AcceptConst(visitor);
+}
+
+Range::Range(ExprPtr from, ExprPtr to) : from(std::move(from)), to(std::move(to)) {
+    this->from->parent = this;
+    this->to->parent = this;
+}
+
+Object* Range::Evaluate(Environment& environment) const {
+    TickQuota();
+    PtrWrapper list(CurrentFactory()->CreateNumberVector(&environment));
+    AppendTo(environment, static_cast<NumberVectorObject&>(*list));
+    return list.Detach();
+}
+
+void Range::AppendTo(Environment& environment, NumberVectorObject& target) const {
+    PtrWrapper fromValue(from->Evaluate(environment));
+    PtrWrapper toValue(to->Evaluate(environment));
+    int32_t first = 0, last = 0;
+    if (fromValue) fromValue->GetInt(first);
+    if (toValue) toValue->GetInt(last);
+    FillRange(first, last, target);
+}
+
+void Range::Dump(WString& out, int options) const {
+    from->Dump(out, options);
+    out += u"..";
+    to->Dump(out, options);
+}
+
+void Range::Accept(SymNodeVisitor& visitor) {
+    visitor.Visit(*this);
+    from->Accept(visitor);
+    to->Accept(visitor);
+}
+
+void Range::AcceptConst(SymNodeVisitor& visitor) {
+    visitor.VisitConst(*this);
+    from->AcceptConst(visitor);
+    to->AcceptConst(visitor);
+}
+
+Assign::Assign(ExprPtr target, ExprPtr value) : target(std::move(target)), value(std::move(value)) {
+    this->target->parent = this;
+    this->value->parent = this;
+}
+
+Object* Assign::Evaluate(Environment& environment) const {
+    TickQuota();
+    PtrWrapper targetValue(target->Evaluate(environment));
+    if (!targetValue) throw Exception(u"the left hand side of the assign operator wasn't defined");
+    PtrWrapper newValue(value->Evaluate(environment));
+    if (newValue)
+        targetValue->Assign(*newValue, true);
+    else
+        targetValue->Clear();
+    return newValue.Detach();
+}
+
+void Assign::Dump(WString& out, int options) const {
+    target->Dump(out, options);
+    out += u" := ";
+    value->Dump(out, options);
+}
+
+void Assign::Accept(SymNodeVisitor& visitor) {
+    visitor.Visit(*this);
+    target->Accept(visitor);
+    value->Accept(visitor);
+}
+
+void Assign::AcceptConst(SymNodeVisitor& visitor) {
+    visitor.VisitConst(*this);
+    target->AcceptConst(visitor);
+    value->AcceptConst(visitor);
+}
+
+}  // namespace CalcEngine

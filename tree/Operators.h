@@ -1,0 +1,92 @@
+// The computing nodes: binary and unary operators, ranges and assignment.
+#pragma once
+
+#include <cstdint>
+
+#include "tree/OperatorTable.h"
+#include "tree/SymNode.h"
+
+namespace CalcEngine {
+
+class BinOp : public Expr {
+public:
+    // A right operand that is a BinOp of the same precedence is rotated into
+    // a left-leaning chain, so that every level is left-associative; the
+    // top of the resulting chain is left in TopOfLastChain().
+    BinOp(int32_t op, ExprPtr left, ExprPtr right);
+    ~BinOp() override;
+
+    Object* Evaluate(Environment& environment) const override;
+    void Dump(WString& out, int options) const override;
+    void Accept(SymNodeVisitor& visitor) override;
+    void AcceptConst(SymNodeVisitor& visitor) override;
+
+    // The node that a construction left on top of its chain.
+    static BinOp* TopOfLastChain();
+
+    int32_t Op() const { return op; }
+
+private:
+    void SetLeft(ExprPtr node);
+    void SetRight(ExprPtr node);
+    void RotateInto(ExprPtr chainTop);
+    BinOp* LeftBinOp() const { return leftIsBinOp ? static_cast<BinOp*>(left.get()) : nullptr; }
+    // Steps after the left operand: evaluate the right one, choose the
+    // accumulator, apply the operator. Takes the reference of `leftValue`.
+    Object* Combine(Environment& environment, Object* leftValue) const;
+
+    int32_t op;
+    ExprPtr left;
+    ExprPtr right;
+    // Chains lean left, so their left spine can be long: evaluation,
+    // visits, dumps and destruction walk it with loops, not recursion.
+    bool leftIsBinOp = false;
+};
+
+class UnOp : public Expr {
+public:
+    UnOp(int32_t op, ExprPtr operand);
+    Object* Evaluate(Environment& environment) const override;
+    void Dump(WString& out, int options) const override;
+    void Accept(SymNodeVisitor& visitor) override;
+    void AcceptConst(SymNodeVisitor& visitor) override;
+
+private:
+    int32_t op;
+    ExprPtr operand;
+};
+
+// `from .. to` inside a list: counts up or down, at most 1000000 numbers.
+class Range : public Expr {
+public:
+    static constexpr int32_t MaxLength = 1000000;
+
+    Range(ExprPtr from, ExprPtr to);
+    Object* Evaluate(Environment& environment) const override;
+    void AppendTo(Environment& environment, NumberVectorObject& target) const override;
+    void Dump(WString& out, int options) const override;
+    void Accept(SymNodeVisitor& visitor) override;
+    void AcceptConst(SymNodeVisitor& visitor) override;
+
+private:
+    ExprPtr from;
+    ExprPtr to;
+};
+
+// `target := value`: changes the target's object in place.
+class Assign : public Expr {
+public:
+    Assign(ExprPtr target, ExprPtr value);
+    Object* Evaluate(Environment& environment) const override;
+    void Dump(WString& out, int options) const override;
+    bool IsConst() const override { return false; }
+    bool IsAssignTarget(const SymNode* node) const override { return node == target.get(); }
+    void Accept(SymNodeVisitor& visitor) override;
+    void AcceptConst(SymNodeVisitor& visitor) override;
+
+private:
+    ExprPtr target;
+    ExprPtr value;
+};
+
+}  // namespace CalcEngine

@@ -1,0 +1,7 @@
+#include "values/DivisionFault.h"
+
+namespace CalcEngine {
+
+void RaiseDivisionFault() { throw DivisionFault{}; }
+
+}  // namespace CalcEngine

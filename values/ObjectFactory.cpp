@@ -1,0 +1,102 @@
+#include "values/ObjectFactory.h"
+
+#include "context/ICalcContext.h"
+#include "values/NumberVectorObject.h"
+#include "values/ScalarObjects.h"
+#include "values/StringObject.h"
+
+namespace CalcEngine {
+
+ObjectFactory::ObjectFactory() {
+    // Pushing into a pool must never allocate on the operator path.
+    for (Pool* pool : Pools()) pool->reserve(PoolLimit);
+}
+
+ObjectFactory::~ObjectFactory() {
+    for (Pool* pool : Pools()) {
+        for (Object* object : *pool) delete object;
+    }
+}
+
+template <class T>
+T* ObjectFactory::Take(Pool& pool, Environment* environment) {
+    T* object;
+    if (pool.empty()) {
+        object = new T();
+    } else {
+        object = static_cast<T*>(pool.back());
+        pool.pop_back();
+        object->refCount.store(1, std::memory_order_relaxed);
+    }
+    object->environment = environment;
+    return object;
+}
+
+void ObjectFactory::Recycle(Pool& pool, Object* object) {
+    object->Clear();
+    if (pool.size() >= PoolLimit) {
+        delete object;
+    } else {
+        pool.push_back(object);
+    }
+}
+
+Object* ObjectFactory::Duplicate(const Object* src) { return src ? src->Clone() : nullptr; }
+
+Object* ObjectFactory::CreateBool(Environment* environment, bool value) {
+    Object* object = new BoolObject(value);
+    object->environment = environment;
+    return object;
+}
+
+Object* ObjectFactory::CreateChar(Environment* environment, char16_t value) {
+    Object* object = new CharObject(value);
+    object->environment = environment;
+    return object;
+}
+
+Object* ObjectFactory::CreateInt(Environment* environment, int32_t value) {
+    IntObject* object = Take<IntObject>(intPool, environment);
+    object->value = value;
+    return object;
+}
+
+Object* ObjectFactory::CreateFloat(Environment* environment, double value) {
+    FloatObject* object = Take<FloatObject>(floatPool, environment);
+    object->value = value;
+    return object;
+}
+
+Object* ObjectFactory::CreateNumberVector(Environment* environment) {
+    return Take<NumberVectorObject>(numberVectorPool, environment);
+}
+
+Object* ObjectFactory::CreateString(Environment* environment, const WString& text) {
+    StringObject* object = Take<StringObject>(stringPool, environment);
+    object->SetText(text);
+    return object;
+}
+
+Object* ObjectFactory::CreateEmpty(Environment* environment) {
+    return Take<EmptyObject>(emptyPool, environment);
+}
+
+size_t ObjectFactory::PooledCount() const {
+    return emptyPool.size() + floatPool.size() + intPool.size() + stringPool.size() +
+           numberVectorPool.size();
+}
+
+ObjectFactory* CurrentFactory() {
+    ICalcContext* context = CurrentContext();
+    ObjectFactory* factory = context ? context->GetObjectFactory() : nullptr;
+    return factory ? factory : &DefaultFactory();
+}
+
+ObjectFactory& DefaultFactory() {
+    // Never destroyed: objects released during process exit still recycle
+    // into it.
+    static ObjectFactory* const factory = new ObjectFactory();
+    return *factory;
+}
+
+}  // namespace CalcEngine

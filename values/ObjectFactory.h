@@ -1,0 +1,62 @@
+// Creates values and pools them: at most 100 recycled objects per class,
+// reused last-in first-out so that lists keep their storage. A factory has
+// no lock: it serves the one thread of the context that borrowed it.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "values/Object.h"
+
+namespace CalcEngine {
+
+class ObjectFactory {
+public:
+    static constexpr size_t PoolLimit = 100;
+
+    ObjectFactory();
+    virtual ~ObjectFactory();
+    ObjectFactory(const ObjectFactory&) = delete;
+    ObjectFactory& operator=(const ObjectFactory&) = delete;
+
+    Object* Create(Environment* environment, const Type& type) { return type.Create(environment); }
+    Object* Duplicate(const Object* src);
+
+    Object* CreateBool(Environment* environment, bool value = false);
+    Object* CreateChar(Environment* environment, char16_t value = 0);
+    Object* CreateInt(Environment* environment, int32_t value = 0);
+    Object* CreateFloat(Environment* environment, double value = 0.0);
+    Object* CreateNumberVector(Environment* environment);
+    Object* CreateString(Environment* environment, const WString& text = WString());
+    Object* CreateEmpty(Environment* environment);
+
+    void RecycleNumberVector(Object* object) { Recycle(numberVectorPool, object); }
+    void RecycleString(Object* object) { Recycle(stringPool, object); }
+    void RecycleFloat(Object* object) { Recycle(floatPool, object); }
+    void RecycleInt(Object* object) { Recycle(intPool, object); }
+    void RecycleEmpty(Object* object) { Recycle(emptyPool, object); }
+    void Discard(Object* object) { delete object; }
+
+    // Objects held in this factory's pools (leak checks).
+    size_t PooledCount() const;
+
+private:
+    using Pool = std::vector<Object*>;
+    // The object pushed last, else a new one; counted once, in `environment`.
+    template <class T>
+    static T* Take(Pool& pool, Environment* environment);
+    static void Recycle(Pool& pool, Object* object);
+    std::array<Pool*, 5> Pools() {
+        return {&emptyPool, &floatPool, &intPool, &stringPool, &numberVectorPool};
+    }
+
+    Pool emptyPool, floatPool, intPool, stringPool, numberVectorPool;
+};
+
+// The factory of the thread's current context, or the default factory.
+ObjectFactory* CurrentFactory();
+// The process-wide default factory, serving when no context is current.
+ObjectFactory& DefaultFactory();
+
+}  // namespace CalcEngine

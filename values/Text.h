@@ -1,0 +1,21 @@
+// Text inside the engine is UTF-16, held in std::u16string.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace CalcEngine {
+
+using WString = std::u16string;
+
+// UTF-16 to UTF-8; a lone surrogate becomes U+FFFD, as the platform
+// conversion of the original host did.
+std::string ToUtf8(std::u16string_view text);
+// UTF-8 to UTF-16; malformed sequences become U+FFFD.
+WString FromUtf8(std::string_view text);
+// ASCII text (messages, numbers) widened character by character.
+WString Widen(std::string_view ascii);
+// The decimal form of an integer.
+WString ToDecimal(long long value);
+
+}  // namespace CalcEngine
