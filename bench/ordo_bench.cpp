@@ -16,7 +16,8 @@ namespace {
 
 int32_t IgnoreLog(const char16_t*, int32_t) { return ORDODLL_RESULT_OK; }
 
-int32_t SymbolIsTwo(const char16_t*, DTCalcFunctionParameterValue*, int32_t, DTCalcResult* result, void*) {
+int32_t SymbolIsTwo(const char16_t*, DTCalcFunctionParameterValue*, int32_t, DTCalcResult* result,
+                    void*) {
     auto* value = static_cast<double*>(xCalcAllocateMemory(sizeof(double)));
     *value = 2;
     result->xResultBuffer = reinterpret_cast<char16_t*>(value);
@@ -48,7 +49,8 @@ void* Prepare(const char16_t* text) {
 }
 
 // 60 characters; the symbols keep it from being precalculated.
-const char16_t* const sixtyCharacters = u"(price * 1.21 + 4.5) / (count - 2) + [1 2 3] * rate - 7.25";
+const char16_t* const sixtyCharacters =
+    u"(price * 1.21 + 4.5) / (count - 2) + [1 2 3] * rate - 7.25";
 // 20 nodes: 10 constants and 9 operators under one parenthesis block.
 const char16_t* const twentyNodes = u"(1 + 2 * 3 - 4 / 5 + 6 * 7 - 8 + 9 * 10)";
 const char16_t* const millionList = u"[1..1000000] * 2 + 1";
@@ -102,8 +104,9 @@ void Evaluate(benchmark::State& state, const char16_t* text, int64_t nodes) {
         benchmark::DoNotOptimize(value);
         Release(value);
     }
-    state.counters["ns/node"] = benchmark::Counter(static_cast<double>(state.iterations() * nodes),
-                                                   benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+    state.counters["ns/node"] =
+        benchmark::Counter(static_cast<double>(state.iterations() * nodes),
+                           benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 BENCHMARK_CAPTURE(Evaluate, TwentyNodeTree, twentyNodes, 20);
 BENCHMARK_CAPTURE(Evaluate, MillionList, millionList, 1)->Unit(benchmark::kMillisecond);

@@ -14,7 +14,8 @@ CalcContext::CalcContext(CalcClient* client, void* clientData)
       quotaLimit(client->quota),
       client(client) {
     for (uint32_t& separator : separators) separator = Unset;
-    if (client->expressionListSeparator) separators[ExpressionListIndex] = client->expressionListSeparator;
+    if (client->expressionListSeparator)
+        separators[ExpressionListIndex] = client->expressionListSeparator;
     if (client->decimalSeparator) separators[DecimalIndex] = client->decimalSeparator;
     objectFactory = BorrowFactory();
 }

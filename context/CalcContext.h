@@ -14,8 +14,14 @@ namespace CalcEngine {
 class CalcContext final : public ICalcContext {
 public:
     static constexpr uint32_t Unset = 0xFFFFFFFF;
-    enum SeparatorIndex { DecimalIndex, ExpressionListIndex, Separator3Index, Separator4Index,
-                          Separator5Index, SeparatorCount };
+    enum SeparatorIndex {
+        DecimalIndex,
+        ExpressionListIndex,
+        Separator3Index,
+        Separator4Index,
+        Separator5Index,
+        SeparatorCount
+    };
 
     CalcContext(CalcClient* client, void* clientData);
     ~CalcContext() override;

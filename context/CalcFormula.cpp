@@ -71,7 +71,8 @@ int32_t RecyclableCalcFormula::CalculateToResult(DTCalcResult& result, bool forc
         result.iType = stored.iType;
         result.xResultBuffer = nullptr;
         if (stored.xResultBuffer) {
-            result.xResultBuffer = static_cast<char16_t*>(xCalcAllocateMemory(stored.iResultBufferLength));
+            result.xResultBuffer =
+                static_cast<char16_t*>(xCalcAllocateMemory(stored.iResultBufferLength));
             std::memcpy(result.xResultBuffer, stored.xResultBuffer, stored.iResultBufferLength);
         }
         return precalculated->status;

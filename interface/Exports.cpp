@@ -27,11 +27,14 @@ private:
 };
 
 CalcClient* ClientOf(void* handle) { return static_cast<CalcClient*>(handle); }
-RecyclableCalcFormula* FormulaOf(void* handle) { return static_cast<RecyclableCalcFormula*>(handle); }
+RecyclableCalcFormula* FormulaOf(void* handle) {
+    return static_cast<RecyclableCalcFormula*>(handle);
+}
 
 // The cached formula for `text`, counted one more use; or a new one parsed
 // and cached; null when the text does not parse (the error is in the context).
-RecyclableCalcFormula* FindOrPrepare(CalcClient& client, const WString& text, CalcContext& context) {
+RecyclableCalcFormula* FindOrPrepare(CalcClient& client, const WString& text,
+                                     CalcContext& context) {
     auto cached = client.formulaCache.find(text);
     if (cached != client.formulaCache.end()) {
         try {
@@ -43,7 +46,8 @@ RecyclableCalcFormula* FindOrPrepare(CalcClient& client, const WString& text, Ca
             context.AddError(u"parser exception: " + FromUtf8(e.what()) + context.GetLineFeed(),
                              Error::GetBaseCategory(), 1);
         } catch (const std::exception& e) {
-            context.AddError(FromUtf8(e.what()) + context.GetLineFeed(), Error::GetBaseCategory(), 1);
+            context.AddError(FromUtf8(e.what()) + context.GetLineFeed(), Error::GetBaseCategory(),
+                             1);
         }
         return nullptr;
     }
@@ -57,7 +61,8 @@ void SetPreparationFailure(DTCalcFormulaPreparationResult& result, CalcContext& 
     context.GetSummary(summary, u"Formula preparation");
     size_t characters = summary.size() + 1;
     result.iType = ORDODLL_FUNCTION_RESULT_TYPE_STRING;
-    result.xResultBuffer = static_cast<char16_t*>(xCalcAllocateMemory(characters * sizeof(char16_t)));
+    result.xResultBuffer =
+        static_cast<char16_t*>(xCalcAllocateMemory(characters * sizeof(char16_t)));
     std::memcpy(result.xResultBuffer, summary.c_str(), characters * sizeof(char16_t));
     result.iResultBufferLength = static_cast<int32_t>(characters);
 }
@@ -77,13 +82,15 @@ ORDO_API int32_t iCalcInitialize(DTCalcInit* vxdtInit) {
     // The record, the handle variable and the log callback are required; a
     // bad one is refused instead of crashing the host.
     if (!vxdtInit) return ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
-    if (vxdtInit->iVersion != ORDODLL_VERSION) return ORDODLL_RESULT_INCOMPATIBLE_INTERFACE_VERSION_ERROR;
+    if (vxdtInit->iVersion != ORDODLL_VERSION)
+        return ORDODLL_RESULT_INCOMPATIBLE_INTERFACE_VERSION_ERROR;
     if (!vxdtInit->xxClientHandle || !vxdtInit->xWriteLogEntryFunc)
         return ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
     try {
         auto client = std::make_unique<CalcClient>(*vxdtInit);
-        client->WriteLogEntry(u"Ordo.dll version " + ToDecimal(ORDODLL_VERSION) + u" initialized successfully.",
-                              ORDODLL_LOG_ENTRY_PRIORITY_NOTIFICATION);
+        client->WriteLogEntry(
+            u"Ordo.dll version " + ToDecimal(ORDODLL_VERSION) + u" initialized successfully.",
+            ORDODLL_LOG_ENTRY_PRIORITY_NOTIFICATION);
         *vxdtInit->xxClientHandle = client.release();
         return ORDODLL_RESULT_OK;
     } catch (...) {
@@ -96,7 +103,8 @@ ORDO_API int32_t iCalcPrepareFormula(void* vxClientHandle, const char16_t* vxcFo
                                      DTCalcFormulaPreparationResult* vxdtResult, void** vxHandle,
                                      void* vxData) {
     if (vxHandle) *vxHandle = nullptr;
-    if (!vxcFormula || !vxClientHandle || !vxdtResult) return ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
+    if (!vxcFormula || !vxClientHandle || !vxdtResult)
+        return ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
     CalcClient* client = ClientOf(vxClientHandle);
     return Guarded(client, [&]() -> int32_t {
         PrepareLock lock;
@@ -169,9 +177,14 @@ ORDO_API int32_t iCalcFinalize(void* vxClientHandle) {
 
 ORDO_API const char16_t* xcCalcGetErrorString(int32_t viErrorCode) {
     static const char16_t* const texts[] = {
-        u"No error", u"Unknown error", u"Illegal parameter error", u"Parse error", u"Evaluation error",
+        u"No error",
+        u"Unknown error",
+        u"Illegal parameter error",
+        u"Parse error",
+        u"Evaluation error",
         u"Incompatible ordo.dll interface error",
-        u"The formula was too complex for allocated calculation quota", u"Unhandled exception error"};
+        u"The formula was too complex for allocated calculation quota",
+        u"Unhandled exception error"};
     if (viErrorCode > 0 || viErrorCode < -7) return u"Unknown error";
     return texts[-viErrorCode];
 }

@@ -113,19 +113,30 @@ struct FaultName {
 
 FaultName NameSignal(int signal, int code) {
     switch (signal) {
-        case SIGSEGV: return {u"ACCESS_VIOLATION", 0xC0000005};
-        case SIGBUS: return {u"IN_PAGE_ERROR", 0xC0000006};
-        case SIGILL: return {u"ILLEGAL_INSTRUCTION", 0xC000001D};
-        default: break;
+        case SIGSEGV:
+            return {u"ACCESS_VIOLATION", 0xC0000005};
+        case SIGBUS:
+            return {u"IN_PAGE_ERROR", 0xC0000006};
+        case SIGILL:
+            return {u"ILLEGAL_INSTRUCTION", 0xC000001D};
+        default:
+            break;
     }
     switch (code) {
-        case FPE_INTDIV: return {u"INT_DIVIDE_BY_ZERO", 0xC0000094};
-        case FPE_INTOVF: return {u"INT_OVERFLOW", 0xC0000095};
-        case FPE_FLTDIV: return {u"FLT_DIVIDE_BY_ZERO", 0xC000008E};
-        case FPE_FLTOVF: return {u"FLT_OVERFLOW", 0xC0000091};
-        case FPE_FLTUND: return {u"FLT_UNDERFLOW", 0xC0000093};
-        case FPE_FLTRES: return {u"FLT_INEXACT_RESULT", 0xC000008F};
-        default: return {u"FLT_INVALID_OPERATION", 0xC0000090};
+        case FPE_INTDIV:
+            return {u"INT_DIVIDE_BY_ZERO", 0xC0000094};
+        case FPE_INTOVF:
+            return {u"INT_OVERFLOW", 0xC0000095};
+        case FPE_FLTDIV:
+            return {u"FLT_DIVIDE_BY_ZERO", 0xC000008E};
+        case FPE_FLTOVF:
+            return {u"FLT_OVERFLOW", 0xC0000091};
+        case FPE_FLTUND:
+            return {u"FLT_UNDERFLOW", 0xC0000093};
+        case FPE_FLTRES:
+            return {u"FLT_INEXACT_RESULT", 0xC000008F};
+        default:
+            return {u"FLT_INVALID_OPERATION", 0xC0000090};
     }
 }
 
@@ -148,8 +159,8 @@ WString FaultAddressLine(void* address) {
                                     reinterpret_cast<uintptr_t>(module.dli_fbase)
                               : 0;
     return u"Fault address: " + Hex(reinterpret_cast<uintptr_t>(address) & 0xFFFFFFFFu, true) +
-           u" \t0:" + Hex(offset, false) + u" \t" + (located ? FromUtf8(module.dli_fname) : WString()) +
-           u"\r\n";
+           u" \t0:" + Hex(offset, false) + u" \t" +
+           (located ? FromUtf8(module.dli_fname) : WString()) + u"\r\n";
 }
 
 WString DescribeSignal(const GuardFrame& frame) {

@@ -14,5 +14,6 @@ int32_t RunGuarded(CalcClient* client, int32_t (*work)(void*), void* data);
 template <class Work>
 int32_t Guarded(CalcClient* client, Work&& work) {
     using W = std::remove_reference_t<Work>;
-    return RunGuarded(client, [](void* data) -> int32_t { return (*static_cast<W*>(data))(); }, &work);
+    return RunGuarded(
+        client, [](void* data) -> int32_t { return (*static_cast<W*>(data))(); }, &work);
 }

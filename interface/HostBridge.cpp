@@ -89,7 +89,8 @@ Object* NumberListFromBuffer(Environment* environment, const DTCalcResult& resul
     const auto* bytes = reinterpret_cast<const unsigned char*>(result.xResultBuffer);
     uint64_t count;
     std::memcpy(&count, bytes, sizeof count);
-    uint64_t room = (static_cast<uint64_t>(result.iResultBufferLength) - sizeof count) / sizeof(double);
+    uint64_t room =
+        (static_cast<uint64_t>(result.iResultBufferLength) - sizeof count) / sizeof(double);
     if (count > room) count = room;
     numbers.values.resize(count);
     for (uint64_t i = 0; i < count; ++i) {
@@ -101,7 +102,8 @@ Object* NumberListFromBuffer(Environment* environment, const DTCalcResult& resul
 
 }  // namespace
 
-Object* GetSymbolValue(Environment& environment, const WString& symbol, const ExpressionList* arguments) {
+Object* GetSymbolValue(Environment& environment, const WString& symbol,
+                       const ExpressionList* arguments) {
     ICalcContext& context = *CurrentContext();
     CalcClient& client = *context.GetClient();
     size_t count = arguments ? arguments->Size() : 0;
@@ -132,18 +134,22 @@ Object* CreateObjectFromResult(Environment* environment, int32_t failed, int32_t
     switch (type) {
         case ORDODLL_FUNCTION_RESULT_TYPE_UNKNOWN:
         case ORDODLL_FUNCTION_RESULT_TYPE_STRING:
-            return factory.CreateString(environment, result.xResultBuffer ? TextFromBuffer(result) : WString());
+            return factory.CreateString(environment,
+                                        result.xResultBuffer ? TextFromBuffer(result) : WString());
         case ORDODLL_FUNCTION_RESULT_TYPE_NUMBERLIST:
         case ORDODLL_FUNCTION_RESULT_TYPE_RAW_NUMBERLIST:
             if (!result.xResultBuffer || result.iResultBufferLength < 8)
                 return factory.CreateNumberVector(environment);
-            return NumberListFromBuffer(environment, result, type == ORDODLL_FUNCTION_RESULT_TYPE_RAW_NUMBERLIST);
+            return NumberListFromBuffer(environment, result,
+                                        type == ORDODLL_FUNCTION_RESULT_TYPE_RAW_NUMBERLIST);
         case ORDODLL_FUNCTION_RESULT_TYPE_NUMBER:
         case ORDODLL_FUNCTION_RESULT_TYPE_RAW_NUMBER: {
-            if (!result.xResultBuffer || result.iResultBufferLength < 8) return factory.CreateFloat(environment);
+            if (!result.xResultBuffer || result.iResultBufferLength < 8)
+                return factory.CreateFloat(environment);
             double value = ReadDouble(result.xResultBuffer);
-            return factory.CreateFloat(environment,
-                                       type == ORDODLL_FUNCTION_RESULT_TYPE_RAW_NUMBER ? RawNumber(value) : value);
+            return factory.CreateFloat(environment, type == ORDODLL_FUNCTION_RESULT_TYPE_RAW_NUMBER
+                                                        ? RawNumber(value)
+                                                        : value);
         }
         default:
             return nullptr;

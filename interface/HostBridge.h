@@ -14,7 +14,8 @@ class Object;
 
 // Asks the host for the value of `symbol` with the evaluated `arguments`
 // (null for a plain name). One reference for the caller.
-Object* GetSymbolValue(Environment& environment, const WString& symbol, const ExpressionList* arguments);
+Object* GetSymbolValue(Environment& environment, const WString& symbol,
+                       const ExpressionList* arguments);
 
 // Turns a host's result record into a value (one reference), or null for a
 // failed call or an unknown result type. The record's buffer stays the

@@ -49,8 +49,9 @@ enum ENTCalcErrorCode {
     ORDODLL_RESULT_PARSE_ERROR = -3,                          /* Error parsing formula */
     ORDODLL_RESULT_EVALUATION_ERROR = -4,                     /* Error evaluating formula */
     ORDODLL_RESULT_INCOMPATIBLE_INTERFACE_VERSION_ERROR = -5, /* Ordo.dll interface mismatch */
-    ORDODLL_RESULT_QUOTA_EXCEEDED_ERROR = -6,  /* The formula was too complex for allocated calculation quota */
-    ORDODLL_RESULT_UNHANDLED_EXCEPTION = -7    /* Unhandled exception occured */
+    /* The formula was too complex for allocated calculation quota */
+    ORDODLL_RESULT_QUOTA_EXCEEDED_ERROR = -6,
+    ORDODLL_RESULT_UNHANDLED_EXCEPTION = -7 /* Unhandled exception occured */
 };
 
 /* ENTCalcLogEntryPriority */
@@ -65,10 +66,10 @@ enum ENTCalcLogEntryPriority {
 
 /* ENTCalcFlags: bits of DTCalcInit.iFlags */
 enum ENTCalcFlags {
-    ORDODLL_FLAG_DEFAULT = 0,                          /* Default flags */
-    ORDODLL_FLAG_FORCE_FLOAT_RESULT = 1,               /* Force float result */
+    ORDODLL_FLAG_DEFAULT = 0,                            /* Default flags */
+    ORDODLL_FLAG_FORCE_FLOAT_RESULT = 1,                 /* Force float result */
     ORDODLL_FLAG_FORCE_NUMBER_SYMBOL_PARAMETER_TYPE = 2, /* Force number symbol parameter type */
-    ORDODLL_FLAG_FORCE_FLOAT_OR_STRING_RESULT = 4      /* Force float or string result */
+    ORDODLL_FLAG_FORCE_FLOAT_OR_STRING_RESULT = 4        /* Force float or string result */
 };
 
 /* ENTCalcExternalObjectReferenceFlags */
@@ -94,12 +95,12 @@ enum ENTCalcFunctionParameterType {
 
 /* ENTCalcFunctionResultType */
 enum ENTCalcFunctionResultType {
-    ORDODLL_FUNCTION_RESULT_TYPE_UNKNOWN = 0,         /* Unknown result */
-    ORDODLL_FUNCTION_RESULT_TYPE_STRING = 1,          /* String result */
-    ORDODLL_FUNCTION_RESULT_TYPE_NUMBERLIST = 2,      /* Numberlist result */
-    ORDODLL_FUNCTION_RESULT_TYPE_NUMBER = 3,          /* Number result */
-    ORDODLL_FUNCTION_RESULT_TYPE_RAW_NUMBERLIST = 4,  /* Raw numberlist result */
-    ORDODLL_FUNCTION_RESULT_TYPE_RAW_NUMBER = 5       /* Raw number result */
+    ORDODLL_FUNCTION_RESULT_TYPE_UNKNOWN = 0,        /* Unknown result */
+    ORDODLL_FUNCTION_RESULT_TYPE_STRING = 1,         /* String result */
+    ORDODLL_FUNCTION_RESULT_TYPE_NUMBERLIST = 2,     /* Numberlist result */
+    ORDODLL_FUNCTION_RESULT_TYPE_NUMBER = 3,         /* Number result */
+    ORDODLL_FUNCTION_RESULT_TYPE_RAW_NUMBERLIST = 4, /* Raw numberlist result */
+    ORDODLL_FUNCTION_RESULT_TYPE_RAW_NUMBER = 5      /* Raw number result */
 };
 
 /* ENTCalcPreparedFormulaFlags */
@@ -118,7 +119,7 @@ enum ENTCalcGetSymbolValueFlags {
 /* ENTCalcExternalFunctionFlags */
 enum ENTCalcExternalFunctionFlags {
     ORDODLL_EXTERNAL_FUNCTION_FLAG_DEFAULT = 0, /* Default flags */
-    ORDODLL_EXTERNAL_FUNCTION_FLAG_CONST = 1    /* Constant value when used with constant parameters */
+    ORDODLL_EXTERNAL_FUNCTION_FLAG_CONST = 1 /* Constant value when used with constant parameters */
 };
 
 /* ENTCalcExternalFunctionHandlerFlags */
@@ -209,7 +210,8 @@ typedef struct DTCalcFunction {
 
 /* DTCalcFunctionParameterValue: one actual argument; an array also linked by xdtNext. */
 typedef struct DTCalcFunctionParameterValue {
-    void* xValue; /* by iType: double, UTF-16 text, number list, DTCalcFunctionVarRefParameterValue */
+    void*
+        xValue; /* by iType: double, UTF-16 text, number list, DTCalcFunctionVarRefParameterValue */
     const char16_t* xcDescription;
     const char16_t* xcLabel; /* the argument's label, empty when it has none */
     int32_t iFlags;

@@ -16,7 +16,8 @@ namespace {
 // Rewrites the host's separators to the language's own ',' and '.'.
 // Characters inside string literals stay; a quote always toggles the
 // string state, also one escaped with a backslash.
-WString TranslateSeparators(const WString& text, char16_t listSeparator, char16_t decimalSeparator) {
+WString TranslateSeparators(const WString& text, char16_t listSeparator,
+                            char16_t decimalSeparator) {
     WString out;
     out.reserve(text.size());
     bool inString = false;
@@ -57,7 +58,8 @@ bool Environment::Parse(const WString& text, ICalcContext* context) {
     WString failure;
     try {
         try {
-            RunParser(plain ? text : TranslateSeparators(text, listSeparator, decimalSeparator), *this);
+            RunParser(plain ? text : TranslateSeparators(text, listSeparator, decimalSeparator),
+                      *this);
         } catch (const antlr::ANTLRException& e) {
             throw Exception(FromUtf8(e.toString()));
         }
@@ -100,7 +102,8 @@ Object* Environment::Evaluate(Environment& environment) const {
 }
 
 void Environment::Dump(WString& out, int options) const {
-    WString separator = WString(1, CurrentContext() ? CurrentContext()->GetExpressionListSeparator() : u',') + u" ";
+    WString separator =
+        WString(1, CurrentContext() ? CurrentContext()->GetExpressionListSeparator() : u',') + u" ";
     for (size_t i = 0; i < expressions.size(); ++i) {
         if (i) out += separator;
         expressions[i]->Dump(out, options);

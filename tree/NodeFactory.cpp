@@ -13,12 +13,15 @@ class CalcNodeFactory final : public NodeFactory {
 public:
     ExprPtr createVarRef(Environment& environment, std::unique_ptr<ObjectIdentifier> identifier,
                          std::unique_ptr<ExpressionList> arguments) override {
-        return Built(environment, std::make_unique<VarRef>(std::move(identifier), std::move(arguments)));
+        return Built(environment,
+                     std::make_unique<VarRef>(std::move(identifier), std::move(arguments)));
     }
-    ExprPtr createExprLabel(Environment& environment, ExprPtr expression, const WString& label) override {
+    ExprPtr createExprLabel(Environment& environment, ExprPtr expression,
+                            const WString& label) override {
         return Built(environment, std::make_unique<ExprLabel>(std::move(expression), label));
     }
-    std::unique_ptr<ObjectIdentifier> createObjectIdentifier(Environment& environment, int32_t position,
+    std::unique_ptr<ObjectIdentifier> createObjectIdentifier(Environment& environment,
+                                                             int32_t position,
                                                              const WString& name) override {
         (void)environment;
         return std::make_unique<ObjectIdentifier>(position, name);
@@ -42,7 +45,8 @@ public:
         (void)environment;
         return std::make_unique<ExpressionList>();
     }
-    ExprPtr createBinOp(Environment& environment, int32_t code, ExprPtr left, ExprPtr right) override {
+    ExprPtr createBinOp(Environment& environment, int32_t code, ExprPtr left,
+                        ExprPtr right) override {
         new BinOp(code, std::move(left), std::move(right));  // owned by the top of its chain
         return Built(environment, ExprPtr(BinOp::TopOfLastChain()));
     }

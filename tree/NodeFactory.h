@@ -16,7 +16,8 @@ class Environment;
 class NodeFactory {
 public:
     virtual ~NodeFactory() = default;
-    virtual ExprPtr createVarRef(Environment& environment, std::unique_ptr<ObjectIdentifier> identifier,
+    virtual ExprPtr createVarRef(Environment& environment,
+                                 std::unique_ptr<ObjectIdentifier> identifier,
                                  std::unique_ptr<ExpressionList> arguments) = 0;
     virtual ExprPtr createExprLabel(Environment& environment, ExprPtr expression,
                                     const WString& label) = 0;
@@ -30,9 +31,11 @@ public:
     virtual ExprPtr createEmptyConst(Environment& environment) = 0;
     virtual std::unique_ptr<ExpressionList> createExpressionList(Environment& environment) = 0;
     // Answers the top of the chain after the rotation of BinOp.
-    virtual ExprPtr createBinOp(Environment& environment, int32_t code, ExprPtr left, ExprPtr right) = 0;
+    virtual ExprPtr createBinOp(Environment& environment, int32_t code, ExprPtr left,
+                                ExprPtr right) = 0;
     virtual ExprPtr createUnOp(Environment& environment, int32_t code, ExprPtr operand) = 0;
-    virtual ExprPtr createCall(Environment& environment, std::unique_ptr<ObjectIdentifier> identifier,
+    virtual ExprPtr createCall(Environment& environment,
+                               std::unique_ptr<ObjectIdentifier> identifier,
                                std::unique_ptr<ExpressionList> arguments) = 0;
     virtual std::unique_ptr<ListBlock> createListBlock(Environment& environment) = 0;
     virtual ExprPtr createParenthesisBlock(Environment& environment, ExprPtr expression) = 0;

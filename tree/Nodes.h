@@ -104,7 +104,10 @@ private:
 class EmptyConst : public ConstValue {
 public:
     Object* Evaluate(Environment& environment) const override;
-    void Dump(WString& out, int options) const override { (void)options; out += u"NULL"; }
+    void Dump(WString& out, int options) const override {
+        (void)options;
+        out += u"NULL";
+    }
 };
 
 }  // namespace CalcEngine

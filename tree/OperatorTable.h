@@ -6,8 +6,22 @@
 namespace CalcEngine {
 
 enum BinaryOperator : int32_t {
-    OpOr, OpXor, OpAnd, OpNotEqual, OpEqual, OpLt, OpGt, OpLe, OpGe,
-    OpPlus, OpMinus, OpDiv, OpMul, OpMod, OpIntDiv, OpPow,
+    OpOr,
+    OpXor,
+    OpAnd,
+    OpNotEqual,
+    OpEqual,
+    OpLt,
+    OpGt,
+    OpLe,
+    OpGe,
+    OpPlus,
+    OpMinus,
+    OpDiv,
+    OpMul,
+    OpMod,
+    OpIntDiv,
+    OpPow,
     BinaryOperatorCount
 };
 

@@ -29,40 +29,76 @@ const BinOp* AsSamePrecedenceBinOp(const Expr* node, int32_t precedence) {
 // The widening of `value` towards `other` that operator `op` uses.
 Object* WidenFor(int32_t op, Object& value, Object& other) {
     switch (op) {
-        case OpPlus: return value.WidenForPlus(other);
-        case OpMinus: return value.WidenForMinus(other);
+        case OpPlus:
+            return value.WidenForPlus(other);
+        case OpMinus:
+            return value.WidenForMinus(other);
         case OpDiv:
-        case OpIntDiv: return value.WidenForDiv(other);
-        case OpMul: return value.WidenForMul(other);
-        case OpMod: return value.WidenForMod(other);
-        case OpPow: return value.WidenForPow(other);
-        default: return value.WidenForCompare(other);
+        case OpIntDiv:
+            return value.WidenForDiv(other);
+        case OpMul:
+            return value.WidenForMul(other);
+        case OpMod:
+            return value.WidenForMod(other);
+        case OpPow:
+            return value.WidenForPow(other);
+        default:
+            return value.WidenForCompare(other);
     }
 }
 
 void ApplyArithmetic(int32_t op, Object& working, const Object& right) {
     switch (op) {
-        case OpNotEqual: working.OperatorNotEqual(right); break;
-        case OpEqual: working.OperatorEqual(right); break;
-        case OpLt: working.OperatorLt(right); break;
-        case OpGt: working.OperatorGt(right); break;
-        case OpLe: working.OperatorLe(right); break;
-        case OpGe: working.OperatorGe(right); break;
-        case OpPlus: working.OperatorPlus(right); break;
-        case OpMinus: working.OperatorMinus(right); break;
-        case OpDiv: working.OperatorDiv(right); break;
-        case OpMul: working.OperatorMul(right); break;
-        case OpMod: working.OperatorMod(right); break;
-        case OpIntDiv: working.OperatorIntDiv(right); break;
-        default: working.OperatorPow(right); break;
+        case OpNotEqual:
+            working.OperatorNotEqual(right);
+            break;
+        case OpEqual:
+            working.OperatorEqual(right);
+            break;
+        case OpLt:
+            working.OperatorLt(right);
+            break;
+        case OpGt:
+            working.OperatorGt(right);
+            break;
+        case OpLe:
+            working.OperatorLe(right);
+            break;
+        case OpGe:
+            working.OperatorGe(right);
+            break;
+        case OpPlus:
+            working.OperatorPlus(right);
+            break;
+        case OpMinus:
+            working.OperatorMinus(right);
+            break;
+        case OpDiv:
+            working.OperatorDiv(right);
+            break;
+        case OpMul:
+            working.OperatorMul(right);
+            break;
+        case OpMod:
+            working.OperatorMod(right);
+            break;
+        case OpIntDiv:
+            working.OperatorIntDiv(right);
+            break;
+        default:
+            working.OperatorPow(right);
+            break;
     }
 }
 
 Object* ApplyLogical(int32_t op, Object& working, Expr& right) {
     switch (op) {
-        case OpOr: return working.OperatorLor(right);
-        case OpXor: return working.OperatorLxor(right);
-        default: return working.OperatorLand(right);
+        case OpOr:
+            return working.OperatorLor(right);
+        case OpXor:
+            return working.OperatorLxor(right);
+        default:
+            return working.OperatorLand(right);
     }
 }
 
@@ -77,11 +113,13 @@ Object* ChooseWorkingValue(Environment& environment, int32_t op, Object& left, O
 void FillRange(int32_t from, int32_t to, DoubleVector& out) {
     int64_t length = std::llabs(static_cast<int64_t>(to) - from);
     if (length > Range::MaxLength - 1)
-        throw Exception(u"The result length of range-expression exceeds the maximum allowed size of " +
-                        ToDecimal(Range::MaxLength));
+        throw Exception(
+            u"The result length of range-expression exceeds the maximum allowed size of " +
+            ToDecimal(Range::MaxLength));
     out.values.reserve(out.values.size() + length + 1);
     int32_t step = from < to ? 1 : -1;
-    for (int64_t i = 0; i <= length; ++i) out.values.push_back(static_cast<double>(from + step * i));
+    for (int64_t i = 0; i <= length; ++i)
+        out.values.push_back(static_cast<double>(from + step * i));
 }
 
 }  // namespace
@@ -191,32 +229,31 @@ void BinOp::Dump(WString& out, int options) const {
     }
 }
 
-void BinOp::Accept(SymNodeVisitor& visitor) {
+// Visits as a recursive walk would, each node before its operands, without
+// recursing down the left spine.
+template <class VisitNode, class AcceptOperand>
+void BinOp::WalkChain(VisitNode visitNode, AcceptOperand acceptOperand) {
     BinOp* bottom = this;
-    visitor.Visit(*this);
+    visitNode(*this);
     while (BinOp* child = bottom->LeftBinOp()) {
-        visitor.Visit(*child);
+        visitNode(*child);
         bottom = child;
     }
-    bottom->left->Accept(visitor);
+    acceptOperand(*bottom->left);
     for (BinOp* node = bottom;; node = static_cast<BinOp*>(node->parent)) {
-        node->right->Accept(visitor);
+        acceptOperand(*node->right);
         if (node == this) return;
     }
 }
 
+void BinOp::Accept(SymNodeVisitor& visitor) {
+    WalkChain([&](SymNode& node) { visitor.Visit(node); },
+              [&](Expr& operand) { operand.Accept(visitor); });
+}
+
 void BinOp::AcceptConst(SymNodeVisitor& visitor) {
-    BinOp* bottom = this;
-    visitor.VisitConst(*this);
-    while (BinOp* child = bottom->LeftBinOp()) {
-        visitor.VisitConst(*child);
-        bottom = child;
-    }
-    bottom->left->AcceptConst(visitor);
-    for (BinOp* node = bottom;; node = static_cast<BinOp*>(node->parent)) {
-        node->right->AcceptConst(visitor);
-        if (node == this) return;
-    }
+    WalkChain([&](SymNode& node) { visitor.VisitConst(node); },
+              [&](Expr& operand) { operand.AcceptConst(visitor); });
 }
 
 UnOp::UnOp(int32_t op, ExprPtr operand) : op(op), operand(std::move(operand)) {
@@ -231,9 +268,15 @@ Object* UnOp::Evaluate(Environment& environment) const {
                         unaryOperators[op].symbol + u"'");
     PtrWrapper working(Resolve(value.Get()));
     switch (op) {
-        case UnNot: working->OperatorLnot(); break;
-        case UnMinus: working->UnaryMinus(); break;
-        default: working->UnaryPlus(); break;
+        case UnNot:
+            working->OperatorLnot();
+            break;
+        case UnMinus:
+            working->UnaryMinus();
+            break;
+        default:
+            working->UnaryPlus();
+            break;
     }
     return working.Detach();
 }

@@ -30,6 +30,8 @@ private:
     void SetLeft(ExprPtr node);
     void SetRight(ExprPtr node);
     void RotateInto(ExprPtr chainTop);
+    template <class VisitNode, class AcceptOperand>
+    void WalkChain(VisitNode visitNode, AcceptOperand acceptOperand);
     BinOp* LeftBinOp() const { return leftIsBinOp ? static_cast<BinOp*>(left.get()) : nullptr; }
     // Steps after the left operand: evaluate the right one, choose the
     // accumulator, apply the operator. Takes the reference of `leftValue`.

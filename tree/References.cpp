@@ -4,7 +4,8 @@
 
 namespace CalcEngine {
 
-VarRef::VarRef(std::unique_ptr<ObjectIdentifier> identifier, std::unique_ptr<ExpressionList> arguments)
+VarRef::VarRef(std::unique_ptr<ObjectIdentifier> identifier,
+               std::unique_ptr<ExpressionList> arguments)
     : identifier(std::move(identifier)), arguments(std::move(arguments)) {
     if (this->arguments) this->arguments->parent = this;
 }

@@ -13,7 +13,10 @@ namespace CalcEngine {
 class ObjectIdentifier : public StreamDumpable {
 public:
     ObjectIdentifier(int32_t position, const WString& name) : position(position), name(name) {}
-    void Dump(WString& out, int options) const override { (void)options; out += name; }
+    void Dump(WString& out, int options) const override {
+        (void)options;
+        out += name;
+    }
     const WString& GetName() const { return name; }
     int32_t Position() const { return position; }
 

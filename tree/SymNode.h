@@ -28,7 +28,10 @@ public:
     virtual Object* Evaluate(Environment& environment) const = 0;
     // Evaluates and inserts the value at the end of the list `target`.
     virtual void AppendTo(Environment& environment, NumberVectorObject& target) const;
-    virtual bool IsAssignTarget(const SymNode* node) const { (void)node; return false; }
+    virtual bool IsAssignTarget(const SymNode* node) const {
+        (void)node;
+        return false;
+    }
     virtual bool IsConst() const { return true; }
     virtual void Accept(SymNodeVisitor& visitor) { visitor.Visit(*this); }
     virtual void AcceptConst(SymNodeVisitor& visitor) { visitor.VisitConst(*this); }

@@ -51,16 +51,16 @@ private:
 };
 
 // Declares an Error subclass with its own nested Category of the given name.
-#define ORDO_DECLARE_ERROR(Name, Base)                                    \
-    class Name : public Base {                                            \
-    public:                                                               \
-        class Category : public Error::Category {                         \
-        public:                                                           \
-            const char16_t* GetName() const override;                     \
-        };                                                                \
-        using Base::Base;                                                 \
-        [[noreturn]] void Rethrow() const override { throw *this; }       \
-        const Error::Category& GetCategory() const override;              \
+#define ORDO_DECLARE_ERROR(Name, Base)                              \
+    class Name : public Base {                                      \
+    public:                                                         \
+        class Category : public Error::Category {                   \
+        public:                                                     \
+            const char16_t* GetName() const override;               \
+        };                                                          \
+        using Base::Base;                                           \
+        [[noreturn]] void Rethrow() const override { throw *this; } \
+        const Error::Category& GetCategory() const override;        \
     };
 
 ORDO_DECLARE_ERROR(ParseError, Error)

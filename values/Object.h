@@ -75,7 +75,10 @@ public:
     virtual Object* Reverse() { return this; }
     virtual Object* GetItem(unsigned index, bool across) const;
     virtual void Assign(const Object& src, bool whole) = 0;
-    virtual void AssignPromoted(const Object& src, const Object& other) { (void)other; Assign(src, true); }
+    virtual void AssignPromoted(const Object& src, const Object& other) {
+        (void)other;
+        Assign(src, true);
+    }
     virtual bool IsScalar() const { return true; }
     virtual bool IsNumeric() const { return false; }
     virtual unsigned Size() const { return 0; }
@@ -146,11 +149,20 @@ class PtrWrapper {
 public:
     PtrWrapper() = default;
     explicit PtrWrapper(Object* object) : object(object) {}
-    ~PtrWrapper() { if (object) Release(object); }
+    ~PtrWrapper() {
+        if (object) Release(object);
+    }
     PtrWrapper(const PtrWrapper&) = delete;
     PtrWrapper& operator=(const PtrWrapper&) = delete;
-    void Reset(Object* replacement) { if (object) Release(object); object = replacement; }
-    Object* Detach() { Object* o = object; object = nullptr; return o; }
+    void Reset(Object* replacement) {
+        if (object) Release(object);
+        object = replacement;
+    }
+    Object* Detach() {
+        Object* o = object;
+        object = nullptr;
+        return o;
+    }
     Object* Get() const { return object; }
     Object* operator->() const { return object; }
     Object& operator*() const { return *object; }

@@ -13,8 +13,8 @@ int32_t WriteLog(const char16_t* text, int32_t priority) {
     return ORDODLL_RESULT_OK;
 }
 
-int32_t GetSymbol(const char16_t* symbol, DTCalcFunctionParameterValue*, int32_t, DTCalcResult* result,
-                  void* data) {
+int32_t GetSymbol(const char16_t* symbol, DTCalcFunctionParameterValue*, int32_t,
+                  DTCalcResult* result, void* data) {
     Host& host = *static_cast<Host*>(data);
     std::string name = Narrow(symbol);
     host.symbolRequests.push_back(name);

@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "OrdoHost.h"
+#include "tests/TestClient.h"
 
 using namespace ordotest;
 
@@ -25,14 +26,13 @@ struct LeakCheckPause {
 
 namespace {
 
-int32_t IgnoreLog(const char16_t*, int32_t) { return ORDODLL_RESULT_OK; }
 int32_t FailingLog(const char16_t*, int32_t) { return ORDODLL_RESULT_UNKNOWN_ERROR; }
 
 TEST(Boundary, InitializeChecksVersionAndRecord) {
     void* handle = reinterpret_cast<void*>(0x1234);
     DTCalcInit init{};
     init.iVersion = 8200;
-    init.xWriteLogEntryFunc = IgnoreLog;
+    init.xWriteLogEntryFunc = IgnoreLogEntry;
     init.xxClientHandle = &handle;
     EXPECT_EQ(iCalcInitialize(&init), ORDODLL_RESULT_INCOMPATIBLE_INTERFACE_VERSION_ERROR);
     EXPECT_EQ(handle, reinterpret_cast<void*>(0x1234));
@@ -65,7 +65,8 @@ TEST(Boundary, NullArguments) {
               ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR);
     EXPECT_EQ(iCalcPrepareFormula(host.client, u"1", nullptr, &handle, nullptr),
               ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR);
-    EXPECT_EQ(iCalcCalculate(host.client, nullptr, &result, nullptr), ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR);
+    EXPECT_EQ(iCalcCalculate(host.client, nullptr, &result, nullptr),
+              ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR);
     EXPECT_EQ(iCalcFreeFormula(nullptr, &handle), ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR);
     EXPECT_EQ(iCalcFreeFormula(host.client, nullptr), ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR);
     EXPECT_EQ(iCalcRegisterFunction(nullptr, nullptr), ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR);
@@ -82,7 +83,8 @@ TEST(Boundary, ParseErrorCarriesTextAndLengthInCharacters) {
               ORDODLL_RESULT_PARSE_ERROR);
     std::string text = Narrow(preparation.xResultBuffer);
     EXPECT_EQ(text,
-              "Formula preparation failed\r\nparser exception: line 1:3: missing right parenthesis ')'\r\n\r\n");
+              "Formula preparation failed\r\nparser exception: line 1:3: missing right parenthesis "
+              "')'\r\n\r\n");
     EXPECT_EQ(preparation.iResultBufferLength, static_cast<int32_t>(text.size() + 1));
     EXPECT_EQ(preparation.iType, ORDODLL_FUNCTION_RESULT_TYPE_STRING);
     EXPECT_EQ(handle, nullptr);
@@ -90,7 +92,8 @@ TEST(Boundary, ParseErrorCarriesTextAndLengthInCharacters) {
 
     DTCalcResult result{};
     result.iResultBufferLength = 99;
-    EXPECT_EQ(iCalcCalculateFormula(host.client, formula.c_str(), &result, nullptr), ORDODLL_RESULT_PARSE_ERROR);
+    EXPECT_EQ(iCalcCalculateFormula(host.client, formula.c_str(), &result, nullptr),
+              ORDODLL_RESULT_PARSE_ERROR);
     EXPECT_EQ(result.iResultBufferLength, 0);
     EXPECT_EQ(result.xResultBuffer, nullptr);
 }
@@ -143,7 +146,8 @@ TEST(Cache, ConstantFormulaIsCalculatedOnceWithItsFlags) {
     void* handle = nullptr;
     int32_t flags = 0;
     ASSERT_EQ(host.Prepare("2 * 21", &handle, &flags).code, 0);
-    EXPECT_EQ(flags, ORDODLL_PREPARED_FORMULA_FLAG_CONST | ORDODLL_PREPARED_FORMULA_FLAG_CONST_REFERENCES);
+    EXPECT_EQ(flags,
+              ORDODLL_PREPARED_FORMULA_FLAG_CONST | ORDODLL_PREPARED_FORMULA_FLAG_CONST_REFERENCES);
     DTCalcResult a{}, b{};
     ASSERT_EQ(iCalcCalculate(host.client, handle, &a, nullptr), 0);
     ASSERT_EQ(iCalcCalculate(host.client, handle, &b, nullptr), 0);
@@ -198,7 +202,8 @@ TEST(BadInput, EndsWithACodeAndAMessage) {
         {"lone high surrogate", u"1 + \xD800", ORDODLL_RESULT_PARSE_ERROR,
          "Formula preparation failed\r\nparser exception: line 1:5: unexpected char: "},
         {"lone surrogate in a string", u"\"a\xDC00\"", ORDODLL_RESULT_OK, "a\xEF\xBF\xBD"},
-        {"million-character string", u"\"" + Repeat(u"x", 1000000) + u"\"", ORDODLL_RESULT_OK, "xxxx"},
+        {"million-character string", u"\"" + Repeat(u"x", 1000000) + u"\"", ORDODLL_RESULT_OK,
+         "xxxx"},
         {"sum of 100000 terms", u"0" + Repeat(u"+1", 100000), ORDODLL_RESULT_OK, "100000"},
         {"100000 nested parentheses", Repeat(u"(", 100000) + u"1" + Repeat(u")", 100000),
          ORDODLL_RESULT_PARSE_ERROR, "Formula preparation failed\r\nparser exception: line 1:"},
@@ -209,18 +214,22 @@ TEST(BadInput, EndsWithACodeAndAMessage) {
         {"range past the limit", u"[0..1000000]", ORDODLL_RESULT_UNHANDLED_EXCEPTION, ""},
         {"list modulo a fraction", u"[5] MOD 0.5", ORDODLL_RESULT_UNHANDLED_EXCEPTION, ""},
         // Integers come only from TRUE and FALSE: 2^31 wraps to the most negative one.
-        {"integer overflow in division", u"(TRUE+TRUE)^((TRUE+TRUE)^(TRUE+TRUE+TRUE+TRUE+TRUE) - TRUE) DIV -TRUE",
+        {"integer overflow in division",
+         u"(TRUE+TRUE)^((TRUE+TRUE)^(TRUE+TRUE+TRUE+TRUE+TRUE) - TRUE) DIV -TRUE",
          ORDODLL_RESULT_UNHANDLED_EXCEPTION, ""},
-        {"integer overflow in modulo", u"(TRUE+TRUE)^((TRUE+TRUE)^(TRUE+TRUE+TRUE+TRUE+TRUE) - TRUE) MOD -TRUE",
+        {"integer overflow in modulo",
+         u"(TRUE+TRUE)^((TRUE+TRUE)^(TRUE+TRUE+TRUE+TRUE+TRUE) - TRUE) MOD -TRUE",
          ORDODLL_RESULT_UNHANDLED_EXCEPTION, ""},
-        {"number overflow in modulo", u"-2147483648 MOD -1", ORDODLL_RESULT_UNHANDLED_EXCEPTION, ""},
+        {"number overflow in modulo", u"-2147483648 MOD -1", ORDODLL_RESULT_UNHANDLED_EXCEPTION,
+         ""},
     };
     for (const BadInput& c : cases) {
         SCOPED_TRACE(c.name);
         Host host;
         void* handle = nullptr;
         DTCalcFormulaPreparationResult preparation{};
-        int32_t code = iCalcPrepareFormula(host.client, c.formula.c_str(), &preparation, &handle, nullptr);
+        int32_t code =
+            iCalcPrepareFormula(host.client, c.formula.c_str(), &preparation, &handle, nullptr);
         Outcome outcome;
         if (code == ORDODLL_RESULT_OK) {
             outcome = host.Calculate(handle);
@@ -240,7 +249,8 @@ TEST(BadInput, EndsWithACodeAndAMessage) {
     }
 }
 
-int32_t FaultingSymbol(const char16_t*, DTCalcFunctionParameterValue*, int32_t, DTCalcResult*, void*) {
+int32_t FaultingSymbol(const char16_t*, DTCalcFunctionParameterValue*, int32_t, DTCalcResult*,
+                       void*) {
     raise(SIGSEGV);
     return ORDODLL_RESULT_OK;
 }
@@ -249,16 +259,12 @@ int32_t FaultingSymbol(const char16_t*, DTCalcFunctionParameterValue*, int32_t, 
 // the lock and the object factories stay usable.
 TEST(BadInput, FaultInACallbackIsReportedAndTheClientGoesOn) {
     Host host;
-    void* faulting = nullptr;
-    DTCalcInit init{};
-    init.iVersion = ORDODLL_VERSION;
-    init.xGetSymbolValueFunc = FaultingSymbol;
-    init.xWriteLogEntryFunc = IgnoreLog;
-    init.xxClientHandle = &faulting;
-    ASSERT_EQ(iCalcInitialize(&init), ORDODLL_RESULT_OK);
+    void* faulting = NewTestClient(FaultingSymbol);
+    ASSERT_NE(faulting, nullptr);
     for (int i = 0; i < 20; ++i) {  // more faults than there are object factories
         DTCalcResult result{};
-        EXPECT_EQ(iCalcCalculateFormula(faulting, u"x + 1", &result, nullptr), ORDODLL_RESULT_UNHANDLED_EXCEPTION);
+        EXPECT_EQ(iCalcCalculateFormula(faulting, u"x + 1", &result, nullptr),
+                  ORDODLL_RESULT_UNHANDLED_EXCEPTION);
     }
     iCalcFinalize(faulting);
     EXPECT_EQ(host.Calc("1 + 1").text, "2");
@@ -271,8 +277,8 @@ TEST(BadInput, FaultInACallbackIsReportedAndTheClientGoesOn) {
 // nesting must prepare and calculate there.
 TEST(BadInput, DeepButOrdinaryNestingWorksOnASmallStack) {
     Host host;
-    std::u16string formula = Repeat(u"(", 128) + Repeat(u"[", 127) + u"-1" + Repeat(u"]", 127) +
-                             Repeat(u")", 128);
+    std::u16string formula =
+        Repeat(u"(", 128) + Repeat(u"[", 127) + u"-1" + Repeat(u"]", 127) + Repeat(u")", 128);
     Outcome outcome;
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
@@ -288,8 +294,8 @@ TEST(BadInput, DeepButOrdinaryNestingWorksOnASmallStack) {
                   [](void* data) -> void* {
                       auto* job = static_cast<Job*>(data);
                       DTCalcResult result{};
-                      int32_t code = iCalcCalculateFormula(job->host->client, job->formula->c_str(), &result,
-                                                           nullptr);
+                      int32_t code = iCalcCalculateFormula(job->host->client, job->formula->c_str(),
+                                                           &result, nullptr);
                       *job->outcome = TakeResult(code, result);
                       return nullptr;
                   },

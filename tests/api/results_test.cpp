@@ -33,17 +33,26 @@ void ExpectResults(int32_t flags, const std::vector<ResultRow>& rows) {
 
 TEST(Results, ForceFloat) {
     ExpectResults(ORDODLL_FLAG_FORCE_FLOAT_RESULT, {
-        {"1 + 2", true, 3, ""}, {"\"12\"", true, 12, ""}, {"[4 5]", true, 4, ""}, {"1 / 0", true, NAN, ""},
-        {"\"abc\"", true, 0, ""}, {"NULL", true, NAN, ""}, {"TRUE", true, 1, ""},
-        {"\"NULL\"", true, NAN, ""},
-    });
+                                                       {"1 + 2", true, 3, ""},
+                                                       {"\"12\"", true, 12, ""},
+                                                       {"[4 5]", true, 4, ""},
+                                                       {"1 / 0", true, NAN, ""},
+                                                       {"\"abc\"", true, 0, ""},
+                                                       {"NULL", true, NAN, ""},
+                                                       {"TRUE", true, 1, ""},
+                                                       {"\"NULL\"", true, NAN, ""},
+                                                   });
 }
 
 TEST(Results, ForceFloatOrString) {
     ExpectResults(ORDODLL_FLAG_FORCE_FLOAT_OR_STRING_RESULT, {
-        {"3", true, 3, ""}, {"[7]", true, 7, ""}, {"[1 2]", false, 0, "1 2"}, {"\"7\"", false, 0, "7"},
-        {"TRUE", true, 1, ""}, {"NULL", false, 0, ""},
-    });
+                                                                 {"3", true, 3, ""},
+                                                                 {"[7]", true, 7, ""},
+                                                                 {"[1 2]", false, 0, "1 2"},
+                                                                 {"\"7\"", false, 0, "7"},
+                                                                 {"TRUE", true, 1, ""},
+                                                                 {"NULL", false, 0, ""},
+                                                             });
     // The first flag wins when both are set.
     ExpectResults(ORDODLL_FLAG_FORCE_FLOAT_RESULT | ORDODLL_FLAG_FORCE_FLOAT_OR_STRING_RESULT,
                   {{"[1 2]", true, 1, ""}});
@@ -125,9 +134,13 @@ TEST(Results, ClientSeparators) {
         const char* formula;
         const char* text;
     } rows[] = {
-        {"1 / 4", "0,25"}, {"1;2", "2"}, {"\"a;b,c\"", "a;b,c"}, {"[1 2] / 4", "0,25 0,5"},
+        {"1 / 4", "0,25"},
+        {"1;2", "2"},
+        {"\"a;b,c\"", "a;b,c"},
+        {"[1 2] / 4", "0,25 0,5"},
         // The decimal comma becomes '.', which the number reading then skips: kept as it is.
-        {"1,5 + 1", "16"}, {"\"1,5\" + 0", "1,50"},
+        {"1,5 + 1", "16"},
+        {"\"1,5\" + 0", "1,50"},
     };
     for (const auto& row : rows) EXPECT_EQ(host.Calc(row.formula).text, row.text) << row.formula;
 }
@@ -143,11 +156,13 @@ TEST(Results, HostSymbols) {
     EXPECT_EQ(host.Calc("Price").code, ORDODLL_RESULT_EVALUATION_ERROR);
     EXPECT_EQ(host.Calc("Price").text,
               "Calculation failed\r\nRuntime error:\r\n"
-              "Error: Illegal parameter error occurred while evaluating value for external symbol: Price\r\n");
+              "Error: Illegal parameter error occurred while evaluating value for external symbol: "
+              "Price\r\n");
     host.symbolFailure = 5;
-    EXPECT_EQ(host.Calc("price").text,
-              "Calculation failed\r\nRuntime error:\r\n"
-              "Error: Unknown error occurred while evaluating value for external symbol: price\r\n");
+    EXPECT_EQ(
+        host.Calc("price").text,
+        "Calculation failed\r\nRuntime error:\r\n"
+        "Error: Unknown error occurred while evaluating value for external symbol: price\r\n");
 }
 
 }  // namespace

@@ -11,14 +11,13 @@
 #include <vector>
 
 #include "interface/ordo.h"
+#include "tests/TestClient.h"
 
 namespace {
 
-int32_t IgnoreLog(const char16_t*, int32_t) { return ORDODLL_RESULT_OK; }
-
 // Every symbol is worth the thread's own number, passed as vxData.
-int32_t SymbolIsThreadNumber(const char16_t*, DTCalcFunctionParameterValue*, int32_t, DTCalcResult* result,
-                             void* data) {
+int32_t SymbolIsThreadNumber(const char16_t*, DTCalcFunctionParameterValue*, int32_t,
+                             DTCalcResult* result, void* data) {
     auto* value = static_cast<double*>(xCalcAllocateMemory(sizeof(double)));
     *value = static_cast<double>(reinterpret_cast<intptr_t>(data));
     result->xResultBuffer = reinterpret_cast<char16_t*>(value);
@@ -27,22 +26,11 @@ int32_t SymbolIsThreadNumber(const char16_t*, DTCalcFunctionParameterValue*, int
     return ORDODLL_RESULT_OK;
 }
 
-void* NewClient() {
-    void* client = nullptr;
-    DTCalcInit init{};
-    init.iVersion = ORDODLL_VERSION;
-    init.xGetSymbolValueFunc = SymbolIsThreadNumber;
-    init.xWriteLogEntryFunc = IgnoreLog;
-    init.xxClientHandle = &client;
-    init.iFlags = ORDODLL_FLAG_FORCE_FLOAT_RESULT;
-    EXPECT_EQ(iCalcInitialize(&init), ORDODLL_RESULT_OK);
-    return client;
-}
-
 void* Prepare(void* client, const std::u16string& text) {
     DTCalcFormulaPreparationResult preparation{};
     void* handle = nullptr;
-    EXPECT_EQ(iCalcPrepareFormula(client, text.c_str(), &preparation, &handle, nullptr), ORDODLL_RESULT_OK);
+    EXPECT_EQ(iCalcPrepareFormula(client, text.c_str(), &preparation, &handle, nullptr),
+              ORDODLL_RESULT_OK);
     return handle;
 }
 
@@ -50,13 +38,15 @@ double Calculate(void* client, void* handle, intptr_t threadNumber) {
     DTCalcResult result{};
     int32_t code = iCalcCalculate(client, handle, &result, reinterpret_cast<void*>(threadNumber));
     double value = NAN;
-    if (code == ORDODLL_RESULT_OK && result.iResultBufferLength == 8) std::memcpy(&value, result.xResultBuffer, 8);
+    if (code == ORDODLL_RESULT_OK && result.iResultBufferLength == 8)
+        std::memcpy(&value, result.xResultBuffer, 8);
     iCalcFreeMemory(result.xResultBuffer);
     return value;
 }
 
 TEST(Concurrency, SharedHandlesWhilePreparingAndFreeing) {
-    void* client = NewClient();
+    void* client = NewTestClient(SymbolIsThreadNumber, ORDODLL_FLAG_FORCE_FLOAT_RESULT);
+    ASSERT_NE(client, nullptr);
     // Twenty threads on sixteen factories: some must wait for a free one.
     constexpr int threadCount = 20;
     constexpr int rounds = 300;
@@ -91,7 +81,8 @@ TEST(Concurrency, SharedHandlesWhilePreparingAndFreeing) {
     stop = true;
     preparer.join();
     EXPECT_EQ(wrong.load(), 0);
-    for (void* handle : {arithmetic, list, constant}) EXPECT_EQ(iCalcFreeFormula(client, handle), 0);
+    for (void* handle : {arithmetic, list, constant})
+        EXPECT_EQ(iCalcFreeFormula(client, handle), 0);
     iCalcFinalize(client);
 }
 

@@ -6,14 +6,14 @@
 
 #include "context/FactoryPool.h"
 #include "interface/ordo.h"
+#include "tests/TestClient.h"
 #include "values/Object.h"
 #include "values/ObjectFactory.h"
 
 namespace {
 
-int32_t IgnoreLog(const char16_t*, int32_t) { return ORDODLL_RESULT_OK; }
-
-int32_t SymbolIsList(const char16_t*, DTCalcFunctionParameterValue*, int32_t, DTCalcResult* result, void*) {
+int32_t SymbolIsList(const char16_t*, DTCalcFunctionParameterValue*, int32_t, DTCalcResult* result,
+                     void*) {
     const double list[] = {2, 1, 2};  // count, then the numbers
     result->xResultBuffer = static_cast<char16_t*>(xCalcAllocateMemory(sizeof list));
     std::memcpy(result->xResultBuffer, list, sizeof list);
@@ -24,17 +24,12 @@ int32_t SymbolIsList(const char16_t*, DTCalcFunctionParameterValue*, int32_t, DT
 }
 
 TEST(Leaks, EveryObjectIsPooledOrDeleted) {
-    void* client = nullptr;
-    DTCalcInit init{};
-    init.iVersion = ORDODLL_VERSION;
-    init.xGetSymbolValueFunc = SymbolIsList;
-    init.xWriteLogEntryFunc = IgnoreLog;
-    init.xxClientHandle = &client;
-    ASSERT_EQ(iCalcInitialize(&init), ORDODLL_RESULT_OK);
+    void* client = NewTestClient(SymbolIsList);
+    ASSERT_NE(client, nullptr);
     const char16_t* formulas[] = {
-        u"1 + 2 * 3", u"[1..300] * x + \"a\"", u"\"a\" + 1 < [1 2]", u"TRUE / FALSE", u"[5] MOD 0.5",
-        u"0 OR [0 2] AND x", u"-\"1 2\" + NOT [0 1]", u"(1", u"[0..1000000]", u"x(1, \"b\", [1 2])",
-        u"NULL + 1, NULL, x := 2",
+        u"1 + 2 * 3",    u"[1..300] * x + \"a\"", u"\"a\" + 1 < [1 2]",      u"TRUE / FALSE",
+        u"[5] MOD 0.5",  u"0 OR [0 2] AND x",     u"-\"1 2\" + NOT [0 1]",   u"(1",
+        u"[0..1000000]", u"x(1, \"b\", [1 2])",   u"NULL + 1, NULL, x := 2",
     };
     for (int round = 0; round < 3; ++round) {
         for (const char16_t* formula : formulas) {
@@ -44,7 +39,8 @@ TEST(Leaks, EveryObjectIsPooledOrDeleted) {
         }
     }
     iCalcFinalize(client);
-    EXPECT_EQ(static_cast<size_t>(CalcEngine::Object::LiveCount()), CalcEngine::PooledObjectCount());
+    EXPECT_EQ(static_cast<size_t>(CalcEngine::Object::LiveCount()),
+              CalcEngine::PooledObjectCount());
 }
 
 }  // namespace

@@ -1,0 +1,20 @@
+// A client for tests that need no more than a symbol callback and flags;
+// its log entries are dropped.
+#pragma once
+
+#include "interface/ordo.h"
+
+inline int32_t IgnoreLogEntry(const char16_t*, int32_t) { return ORDODLL_RESULT_OK; }
+
+inline void* NewTestClient(TCalcGetSymbolValueFunc getSymbolValue,
+                           int32_t flags = ORDODLL_FLAG_DEFAULT) {
+    void* client = nullptr;
+    DTCalcInit init{};
+    init.iVersion = ORDODLL_VERSION;
+    init.xGetSymbolValueFunc = getSymbolValue;
+    init.xWriteLogEntryFunc = IgnoreLogEntry;
+    init.xxClientHandle = &client;
+    init.iFlags = flags;
+    iCalcInitialize(&init);
+    return client;
+}
