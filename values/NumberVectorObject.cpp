@@ -160,6 +160,10 @@ const NumberVectorObject::Type& NumberVectorObject::Type::Instance() {
     return instance;
 }
 
+const char16_t* NumberVectorObject::Type::Name() const { return u"Numberlist"; }
+
+uint32_t NumberVectorObject::Type::Rank() const { return 101; }
+
 Object* NumberVectorObject::Type::Create(Environment* environment) const {
     return CurrentFactory()->CreateNumberVector(environment);
 }

@@ -13,16 +13,7 @@ namespace CalcEngine {
 
 class NumberVectorObject : public Object, public DoubleVector {
 public:
-    class Type : public CalcEngine::Type {
-    public:
-        static const Type& Instance();
-        Object* Create(Environment* environment) const override;
-        const char16_t* Name() const override { return u"Numberlist"; }
-        uint32_t Rank() const override { return 101; }
-
-    private:
-        Type() : CalcEngine::Type(&CalcEngine::Type::Root()) {}
-    };
+    ORDO_DECLARE_VALUE_TYPE
 
     NumberVectorObject() : Object(Type::Instance()) {}
 

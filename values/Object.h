@@ -194,4 +194,18 @@ inline int32_t TruncateToInt32(double value) {
 // The same, with null read as 0.
 inline int32_t NumberToInt32(double value) { return IsNull(value) ? 0 : TruncateToInt32(value); }
 
+// The nested Type of a value class: one instance, a parent of Type::Root(),
+// and the class's name, promotion rank and factory operation.
+#define ORDO_DECLARE_VALUE_TYPE                                  \
+    class Type : public CalcEngine::Type {                       \
+    public:                                                      \
+        static const Type& Instance();                           \
+        Object* Create(Environment* environment) const override; \
+        const char16_t* Name() const override;                   \
+        uint32_t Rank() const override;                          \
+                                                                 \
+    private:                                                     \
+        Type() : CalcEngine::Type(&CalcEngine::Type::Root()) {}  \
+    };
+
 }  // namespace CalcEngine

@@ -9,20 +9,6 @@
 
 namespace CalcEngine {
 
-// The nested Type of a value class: one instance, a parent of Type::Root(),
-// and the class's name, promotion rank and factory operation.
-#define ORDO_DECLARE_VALUE_TYPE                                  \
-    class Type : public CalcEngine::Type {                       \
-    public:                                                      \
-        static const Type& Instance();                           \
-        Object* Create(Environment* environment) const override; \
-        const char16_t* Name() const override;                   \
-        uint32_t Rank() const override;                          \
-                                                                 \
-    private:                                                     \
-        Type() : CalcEngine::Type(&CalcEngine::Type::Root()) {}  \
-    };
-
 // No value. Reads as 0, null or the empty text; as an accumulator every
 // operator leaves it as it is, and a logical operator's right side is not
 // evaluated.
@@ -236,7 +222,5 @@ public:
 
     double value;
 };
-
-#undef ORDO_DECLARE_VALUE_TYPE
 
 }  // namespace CalcEngine

@@ -82,6 +82,10 @@ const StringObject::Type& StringObject::Type::Instance() {
     return instance;
 }
 
+const char16_t* StringObject::Type::Name() const { return u"String"; }
+
+uint32_t StringObject::Type::Rank() const { return 102; }
+
 Object* StringObject::Type::Create(Environment* environment) const {
     return CurrentFactory()->CreateString(environment);
 }

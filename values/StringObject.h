@@ -14,16 +14,7 @@ class NumberVectorObject;
 
 class StringObject : public Object {
 public:
-    class Type : public CalcEngine::Type {
-    public:
-        static const Type& Instance();
-        Object* Create(Environment* environment) const override;
-        const char16_t* Name() const override { return u"String"; }
-        uint32_t Rank() const override { return 102; }
-
-    private:
-        Type() : CalcEngine::Type(&CalcEngine::Type::Root()) {}
-    };
+    ORDO_DECLARE_VALUE_TYPE
 
     StringObject() : Object(Type::Instance()) {}
 
