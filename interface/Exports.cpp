@@ -122,7 +122,8 @@ ORDO_API int32_t iCalcPrepareFormula(void* vxClientHandle, const char16_t* vxcFo
 
 ORDO_API int32_t iCalcCalculate(void* vxClientHandle, void* vxHandle, DTCalcResult* vxdtResult,
                                 void* vxData) {
-    if (!vxHandle || !vxdtResult) return ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
+    // The client is needed for its settings; a null one is refused too.
+    if (!vxHandle || !vxdtResult || !vxClientHandle) return ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
     CalcClient* client = ClientOf(vxClientHandle);
     return Guarded(client, [&]() -> int32_t {
         CallFrame frame(client, vxData);
@@ -164,7 +165,7 @@ ORDO_API int32_t iCalcFreeFormula(void* vxClientHandle, void* vxHandle) {
 ORDO_API int32_t iCalcRegisterFunction(void* vxClientHandle, DTCalcFunction* vxdtFunction) {
     PrepareLock lock;
     if (!vxClientHandle) return ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
-    // Host functions join the registry with the function library.
+    // Accepted and ignored until the function registry exists.
     (void)vxdtFunction;
     return ORDODLL_RESULT_OK;
 }

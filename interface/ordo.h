@@ -241,9 +241,10 @@ ORDO_API int32_t iCalcFreeMemory(void* vxMem);
 
 /*
  * DLL initialization function. Fails with -5 when iVersion is not
- * ORDODLL_VERSION, leaving *xxClientHandle unwritten. On success writes
- * the client handle through xxClientHandle and a notification to the log.
- * The record itself must not be null.
+ * ORDODLL_VERSION, leaving *xxClientHandle unwritten, and with -2 when the
+ * record, xxClientHandle or xWriteLogEntryFunc is null. On success writes
+ * the client handle through xxClientHandle and a notification to the log;
+ * when that log callback fails, answers -1 and no client is made.
  */
 ORDO_API int32_t iCalcInitialize(DTCalcInit* vxdtInit);
 
@@ -259,8 +260,8 @@ ORDO_API int32_t iCalcPrepareFormula(void* vxClientHandle, const char16_t* vxcFo
                                      void* vxData);
 
 /*
- * Calculate prepared formula. Answers -2 when vxHandle or vxdtResult is
- * null. Takes no lock: any number of threads may calculate at once. The
+ * Calculate prepared formula. Answers -2 when vxClientHandle, vxHandle or
+ * vxdtResult is null. Takes no lock: any number of threads may calculate at once. The
  * result buffer belongs to the host.
  */
 ORDO_API int32_t iCalcCalculate(void* vxClientHandle, void* vxHandle, DTCalcResult* vxdtResult,
@@ -276,7 +277,11 @@ ORDO_API int32_t iCalcCalculateFormula(void* vxClientHandle, const char16_t* for
 /* Free resources allocated by prepared formula. -2 when either argument is null. */
 ORDO_API int32_t iCalcFreeFormula(void* vxClientHandle, void* vxHandle);
 
-/* Register a host function; later preparations see it. -2 for a null client. */
+/*
+ * Register a host function; later preparations see it. -2 for a null client.
+ * This version does not call host functions yet: the record is accepted and
+ * ignored, and a call of that name in a formula reaches the host as a symbol.
+ */
 ORDO_API int32_t iCalcRegisterFunction(void* vxClientHandle, DTCalcFunction* vxdtFunction);
 
 /*

@@ -67,6 +67,13 @@ TEST(Boundary, NullArguments) {
               ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR);
     EXPECT_EQ(iCalcCalculate(host.client, nullptr, &result, nullptr),
               ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR);
+    void* formula = nullptr;
+    ASSERT_EQ(host.Prepare("1", &formula).code, ORDODLL_RESULT_OK);
+    EXPECT_EQ(iCalcCalculate(host.client, formula, nullptr, nullptr),
+              ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR);
+    EXPECT_EQ(iCalcCalculate(nullptr, formula, &result, nullptr),
+              ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR);
+    iCalcFreeFormula(host.client, formula);
     EXPECT_EQ(iCalcFreeFormula(nullptr, &handle), ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR);
     EXPECT_EQ(iCalcFreeFormula(host.client, nullptr), ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR);
     EXPECT_EQ(iCalcRegisterFunction(nullptr, nullptr), ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR);
