@@ -13,11 +13,14 @@ int32_t WriteLog(const char16_t* text, int32_t priority) {
     return ORDODLL_RESULT_OK;
 }
 
-int32_t GetSymbol(const char16_t* symbol, DTCalcFunctionParameterValue*, int32_t,
+int32_t GetSymbol(const char16_t* symbol, DTCalcFunctionParameterValue* arguments, int32_t,
                   DTCalcResult* result, void* data) {
     Host& host = *static_cast<Host*>(data);
     std::string name = Narrow(symbol);
     host.symbolRequests.push_back(name);
+    host.lastArguments.clear();
+    for (; arguments; arguments = arguments->xdtNext)
+        host.lastArguments.emplace_back(arguments->iType, Narrow(arguments->xcLabel));
     if (host.symbolFailure != ORDODLL_RESULT_OK) return host.symbolFailure;
     auto found = host.symbols.find(name);
     if (found == host.symbols.end()) return ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;

@@ -55,6 +55,8 @@ public:
     // Symbol values the host answers: number, text, or list by name.
     std::map<std::string, Outcome> symbols;
     std::vector<std::string> symbolRequests;
+    // The arguments of the last request: type and label of each.
+    std::vector<std::pair<int32_t, std::string>> lastArguments;
     int32_t symbolFailure = ORDODLL_RESULT_OK;
 };
 

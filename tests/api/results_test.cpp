@@ -165,4 +165,30 @@ TEST(Results, HostSymbols) {
         "Error: Unknown error occurred while evaluating value for external symbol: price\r\n");
 }
 
+using Arguments = std::vector<std::pair<int32_t, std::string>>;
+
+TEST(Results, SymbolArgumentsGoOutTypedAndLabelled) {
+    constexpr int32_t text = ORDODLL_FUNCTION_PARAMETER_TYPE_STRING;
+    constexpr int32_t list = ORDODLL_FUNCTION_PARAMETER_TYPE_NUMBERLIST;
+    constexpr int32_t number = ORDODLL_FUNCTION_PARAMETER_TYPE_NUMBER;
+    Host host;
+    host.symbols["x"] = Outcome{0, 0, true, 1, ""};
+    EXPECT_EQ(host.Calc("x(1, \"a\", [1 2], n = 2, \"my label\" = 3, \"\" = 4)").text, "1");
+    EXPECT_EQ(host.lastArguments, (Arguments{{number, ""},
+                                             {text, ""},
+                                             {list, ""},
+                                             {number, "n"},
+                                             {number, "my label"},
+                                             {number, ""}}));
+    EXPECT_EQ(host.Calc("x()").text, "1");
+    EXPECT_TRUE(host.lastArguments.empty());
+
+    HostOptions options;
+    options.flags = ORDODLL_FLAG_FORCE_NUMBER_SYMBOL_PARAMETER_TYPE;
+    Host forced(options);
+    forced.symbols["x"] = Outcome{0, 0, true, 1, ""};
+    EXPECT_EQ(forced.Calc("x(1, \"a\", [1 2])").text, "1");
+    EXPECT_EQ(forced.lastArguments, (Arguments{{number, ""}, {list, ""}, {list, ""}}));
+}
+
 }  // namespace
