@@ -7,14 +7,13 @@
 
 #include "context/CalcContext.h"
 #include "interface/ordo.h"
+#include "tests/TestClient.h"
 #include "tree/Environment.h"
 #include "values/Object.h"
 
 using namespace CalcEngine;
 
 namespace {
-
-int32_t IgnoreLog(const char16_t*, int32_t) { return ORDODLL_RESULT_OK; }
 
 int32_t SymbolIsTwo(const char16_t*, DTCalcFunctionParameterValue*, int32_t, DTCalcResult* result,
                     void*) {
@@ -27,17 +26,7 @@ int32_t SymbolIsTwo(const char16_t*, DTCalcFunctionParameterValue*, int32_t, DTC
 }
 
 void* Client() {
-    static void* client = [] {
-        void* handle = nullptr;
-        DTCalcInit init{};
-        init.iVersion = ORDODLL_VERSION;
-        init.xGetSymbolValueFunc = SymbolIsTwo;
-        init.xWriteLogEntryFunc = IgnoreLog;
-        init.xxClientHandle = &handle;
-        init.iFlags = ORDODLL_FLAG_FORCE_FLOAT_RESULT;
-        iCalcInitialize(&init);
-        return handle;
-    }();
+    static void* client = NewTestClient(SymbolIsTwo, ORDODLL_FLAG_FORCE_FLOAT_RESULT);
     return client;
 }
 
