@@ -107,37 +107,31 @@ private:
 };
 
 struct FaultName {
+    int signal;
+    int code;  // the si_code that tells SIGFPE's kinds apart; 0 for any
     const char16_t* name;
-    uint32_t code;
+    uint32_t exceptionCode;
 };
 
-FaultName NameSignal(int signal, int code) {
-    switch (signal) {
-        case SIGSEGV:
-            return {u"ACCESS_VIOLATION", 0xC0000005};
-        case SIGBUS:
-            return {u"IN_PAGE_ERROR", 0xC0000006};
-        case SIGILL:
-            return {u"ILLEGAL_INSTRUCTION", 0xC000001D};
-        default:
-            break;
+// The names and codes by which the host's reports know each fault.
+constexpr FaultName faultNames[] = {
+    {SIGSEGV, 0, u"ACCESS_VIOLATION", 0xC0000005},
+    {SIGBUS, 0, u"IN_PAGE_ERROR", 0xC0000006},
+    {SIGILL, 0, u"ILLEGAL_INSTRUCTION", 0xC000001D},
+    {SIGFPE, FPE_INTDIV, u"INT_DIVIDE_BY_ZERO", 0xC0000094},
+    {SIGFPE, FPE_INTOVF, u"INT_OVERFLOW", 0xC0000095},
+    {SIGFPE, FPE_FLTDIV, u"FLT_DIVIDE_BY_ZERO", 0xC000008E},
+    {SIGFPE, FPE_FLTOVF, u"FLT_OVERFLOW", 0xC0000091},
+    {SIGFPE, FPE_FLTUND, u"FLT_UNDERFLOW", 0xC0000093},
+    {SIGFPE, FPE_FLTRES, u"FLT_INEXACT_RESULT", 0xC000008F},
+    {SIGFPE, 0, u"FLT_INVALID_OPERATION", 0xC0000090},
+};
+
+const FaultName& NameSignal(int signal, int code) {
+    for (const FaultName& fault : faultNames) {
+        if (fault.signal == signal && (fault.code == 0 || fault.code == code)) return fault;
     }
-    switch (code) {
-        case FPE_INTDIV:
-            return {u"INT_DIVIDE_BY_ZERO", 0xC0000094};
-        case FPE_INTOVF:
-            return {u"INT_OVERFLOW", 0xC0000095};
-        case FPE_FLTDIV:
-            return {u"FLT_DIVIDE_BY_ZERO", 0xC000008E};
-        case FPE_FLTOVF:
-            return {u"FLT_OVERFLOW", 0xC0000091};
-        case FPE_FLTUND:
-            return {u"FLT_UNDERFLOW", 0xC0000093};
-        case FPE_FLTRES:
-            return {u"FLT_INEXACT_RESULT", 0xC000008F};
-        default:
-            return {u"FLT_INVALID_OPERATION", 0xC0000090};
-    }
+    return faultNames[0];
 }
 
 WString Hex(uint64_t value, bool padded) {
@@ -164,8 +158,9 @@ WString FaultAddressLine(void* address) {
 }
 
 WString DescribeSignal(const GuardFrame& frame) {
-    FaultName fault = NameSignal(frame.signal, frame.code);
-    return ExceptionLine(fault.name, fault.code) + FaultAddressLine(frame.address) + u"\r\n";
+    const FaultName& fault = NameSignal(frame.signal, frame.code);
+    return ExceptionLine(fault.name, fault.exceptionCode) + FaultAddressLine(frame.address) +
+           u"\r\n";
 }
 
 // Called inside a catch handler: names the exception being handled.

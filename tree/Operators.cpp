@@ -26,80 +26,37 @@ const BinOp* AsSamePrecedenceBinOp(const Expr* node, int32_t precedence) {
                     binaryOperators[op].symbol + u"'");
 }
 
+// What each binary operator calls, indexed by its code: the in-place
+// operation and the widening of an operand for the others, the operation
+// that takes the unevaluated right side for the logical ones.
+struct OperatorCalls {
+    void (Object::*apply)(const Object&);
+    Object* (Object::*widen)(Object&);
+    Object* (Object::*logical)(Expr&);
+};
+
+constexpr OperatorCalls operatorCalls[BinaryOperatorCount] = {
+    {nullptr, nullptr, &Object::OperatorLor},
+    {nullptr, nullptr, &Object::OperatorLxor},
+    {nullptr, nullptr, &Object::OperatorLand},
+    {&Object::OperatorNotEqual, &Object::WidenForCompare, nullptr},
+    {&Object::OperatorEqual, &Object::WidenForCompare, nullptr},
+    {&Object::OperatorLt, &Object::WidenForCompare, nullptr},
+    {&Object::OperatorGt, &Object::WidenForCompare, nullptr},
+    {&Object::OperatorLe, &Object::WidenForCompare, nullptr},
+    {&Object::OperatorGe, &Object::WidenForCompare, nullptr},
+    {&Object::OperatorPlus, &Object::WidenForPlus, nullptr},
+    {&Object::OperatorMinus, &Object::WidenForMinus, nullptr},
+    {&Object::OperatorDiv, &Object::WidenForDiv, nullptr},
+    {&Object::OperatorMul, &Object::WidenForMul, nullptr},
+    {&Object::OperatorMod, &Object::WidenForMod, nullptr},
+    {&Object::OperatorIntDiv, &Object::WidenForDiv, nullptr},
+    {&Object::OperatorPow, &Object::WidenForPow, nullptr},
+};
+
 // The widening of `value` towards `other` that operator `op` uses.
 Object* WidenFor(int32_t op, Object& value, Object& other) {
-    switch (op) {
-        case OpPlus:
-            return value.WidenForPlus(other);
-        case OpMinus:
-            return value.WidenForMinus(other);
-        case OpDiv:
-        case OpIntDiv:
-            return value.WidenForDiv(other);
-        case OpMul:
-            return value.WidenForMul(other);
-        case OpMod:
-            return value.WidenForMod(other);
-        case OpPow:
-            return value.WidenForPow(other);
-        default:
-            return value.WidenForCompare(other);
-    }
-}
-
-void ApplyArithmetic(int32_t op, Object& working, const Object& right) {
-    switch (op) {
-        case OpNotEqual:
-            working.OperatorNotEqual(right);
-            break;
-        case OpEqual:
-            working.OperatorEqual(right);
-            break;
-        case OpLt:
-            working.OperatorLt(right);
-            break;
-        case OpGt:
-            working.OperatorGt(right);
-            break;
-        case OpLe:
-            working.OperatorLe(right);
-            break;
-        case OpGe:
-            working.OperatorGe(right);
-            break;
-        case OpPlus:
-            working.OperatorPlus(right);
-            break;
-        case OpMinus:
-            working.OperatorMinus(right);
-            break;
-        case OpDiv:
-            working.OperatorDiv(right);
-            break;
-        case OpMul:
-            working.OperatorMul(right);
-            break;
-        case OpMod:
-            working.OperatorMod(right);
-            break;
-        case OpIntDiv:
-            working.OperatorIntDiv(right);
-            break;
-        default:
-            working.OperatorPow(right);
-            break;
-    }
-}
-
-Object* ApplyLogical(int32_t op, Object& working, Expr& right) {
-    switch (op) {
-        case OpOr:
-            return working.OperatorLor(right);
-        case OpXor:
-            return working.OperatorLxor(right);
-        default:
-            return working.OperatorLand(right);
-    }
+    return (value.*operatorCalls[op].widen)(other);
 }
 
 // The accumulator for `left op right`, one reference for the caller.
@@ -205,14 +162,15 @@ Object* BinOp::Combine(Environment& environment, Object* leftValue) const {
     PtrWrapper leftHolder(leftValue);
     if (binaryOperators[op].isLogical) {
         PtrWrapper working(Resolve(leftValue));
-        if (Object* replacement = ApplyLogical(op, *working, *right)) working.Reset(replacement);
+        if (Object* replacement = ((*working).*operatorCalls[op].logical)(*right))
+            working.Reset(replacement);
         return working.Detach();
     }
     PtrWrapper rightValue(right->Evaluate(environment));
     if (!rightValue) RaiseOperandMissing(u"right ", op);
     if (rightValue->GetType().IsIndirect()) rightValue.Reset(WidenFor(op, *rightValue, *leftValue));
     PtrWrapper working(ChooseWorkingValue(environment, op, *leftValue, *rightValue));
-    ApplyArithmetic(op, *working, *rightValue);
+    ((*working).*operatorCalls[op].apply)(*rightValue);
     return working.Detach();
 }
 
