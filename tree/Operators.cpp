@@ -1,6 +1,7 @@
 #include "tree/Operators.h"
 
 #include <cstdlib>
+#include <functional>
 #include <vector>
 
 #include "context/ICalcContext.h"
@@ -56,7 +57,7 @@ constexpr OperatorCalls operatorCalls[BinaryOperatorCount] = {
 
 // The widening of `value` towards `other` that operator `op` uses.
 Object* WidenFor(int32_t op, Object& value, Object& other) {
-    return (value.*operatorCalls[op].widen)(other);
+    return std::invoke(operatorCalls[op].widen, value, other);
 }
 
 // The accumulator for `left op right`, one reference for the caller.
@@ -162,7 +163,7 @@ Object* BinOp::Combine(Environment& environment, Object* leftValue) const {
     PtrWrapper leftHolder(leftValue);
     if (binaryOperators[op].isLogical) {
         PtrWrapper working(Resolve(leftValue));
-        if (Object* replacement = ((*working).*operatorCalls[op].logical)(*right))
+        if (Object* replacement = std::invoke(operatorCalls[op].logical, *working, *right))
             working.Reset(replacement);
         return working.Detach();
     }
@@ -170,7 +171,7 @@ Object* BinOp::Combine(Environment& environment, Object* leftValue) const {
     if (!rightValue) RaiseOperandMissing(u"right ", op);
     if (rightValue->GetType().IsIndirect()) rightValue.Reset(WidenFor(op, *rightValue, *leftValue));
     PtrWrapper working(ChooseWorkingValue(environment, op, *leftValue, *rightValue));
-    ((*working).*operatorCalls[op].apply)(*rightValue);
+    std::invoke(operatorCalls[op].apply, *working, *rightValue);
     return working.Detach();
 }
 
