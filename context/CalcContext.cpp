@@ -1,8 +1,8 @@
 #include "context/CalcContext.h"
 
 #include "context/FactoryPool.h"
-#include "functions/Conversion.h"
-#include "interface/CalcClient.h"
+#include "values/NumberText.h"
+#include "context/CalcClient.h"
 #include "values/Object.h"
 
 namespace CalcEngine {

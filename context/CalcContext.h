@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "context/ICalcContext.h"
+#include "values/ICalcContext.h"
 
 namespace CalcEngine {
 

@@ -2,8 +2,8 @@
 
 #include <cstring>
 
-#include "context/ICalcContext.h"
-#include "interface/CalcClient.h"
+#include "values/ICalcContext.h"
+#include "context/CalcClient.h"
 #include "values/Object.h"
 
 using namespace CalcEngine;

@@ -7,7 +7,7 @@
 
 #include "context/CalcContext.h"
 #include "context/CalcFormula.h"
-#include "interface/CalcClient.h"
+#include "context/CalcClient.h"
 #include "interface/FaultGuard.h"
 #include "interface/PrepareLock.h"
 #include "interface/ordo.h"

@@ -10,8 +10,8 @@
 #include <mutex>
 
 #include "context/FactoryPool.h"
-#include "context/ICalcContext.h"
-#include "interface/CalcClient.h"
+#include "values/ICalcContext.h"
+#include "context/CalcClient.h"
 #include "interface/PrepareLock.h"
 #include "values/DivisionFault.h"
 

@@ -4,11 +4,11 @@
 #include <antlr/SemanticException.hpp>
 #include <array>
 
-#include "context/ICalcContext.h"
+#include "values/ICalcContext.h"
 #include "language/CalcLexer.h"
 #include "tree/Environment.h"
 #include "tree/NodeFactory.h"
-#include "tree/OperatorTable.h"
+#include "values/OperatorTable.h"
 #include "values/Text.h"
 
 namespace CalcEngine {

@@ -33,15 +33,18 @@ ordo_install_packages() {
         { ordo_apt_get update && ordo_apt_get install --no-install-recommends "${missing[@]}"; }
 }
 
-# ordo_configure NAME [cmake options...]: configures the tree build/NAME.
+# ordo_configure NAME BUILD_TYPE [cmake options...]: configures the tree
+# build/NAME. Our own trees treat warnings as errors.
 ordo_configure() {
-    local name=$1
-    shift
-    cmake -S "$ORDO_ROOT" -B "$ORDO_ROOT/build/$name" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo "$@"
+    local name=$1 type=$2
+    shift 2
+    cmake -S "$ORDO_ROOT" -B "$ORDO_ROOT/build/$name" -G Ninja -DCMAKE_BUILD_TYPE="$type" \
+        -DORDO_WARNINGS_AS_ERRORS=ON "$@"
 }
 
+# -O3, so that the optimiser's warnings are seen too.
 ordo_configure_release() {
-    ordo_configure release -DORDO_SANITIZE=
+    ordo_configure release Release -DORDO_SANITIZE=
 }
 
 # Runs a command with its output held back, shown only if it fails.

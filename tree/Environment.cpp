@@ -4,7 +4,7 @@
 #include <antlr/TokenBuffer.hpp>
 #include <sstream>
 
-#include "context/ICalcContext.h"
+#include "values/ICalcContext.h"
 #include "language/CalcLexer.h"
 #include "language/CalcParser.h"
 #include "language/UnicodeCharBuffer.h"

@@ -2,7 +2,7 @@
 
 #include <charconv>
 
-#include "context/ICalcContext.h"
+#include "values/ICalcContext.h"
 #include "values/NumberVectorObject.h"
 #include "values/ObjectFactory.h"
 

@@ -4,7 +4,7 @@
 #include <functional>
 #include <vector>
 
-#include "context/ICalcContext.h"
+#include "values/ICalcContext.h"
 #include "values/Exception.h"
 #include "values/NumberVectorObject.h"
 #include "values/ObjectFactory.h"
@@ -33,7 +33,7 @@ const BinOp* AsSamePrecedenceBinOp(const Expr* node, int32_t precedence) {
 struct OperatorCalls {
     void (Object::*apply)(const Object&);
     Object* (Object::*widen)(Object&);
-    Object* (Object::*logical)(Expr&);
+    Object* (Object::*logical)(const LazyOperand&);
 };
 
 constexpr OperatorCalls operatorCalls[BinaryOperatorCount] = {

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "tree/OperatorTable.h"
+#include "values/OperatorTable.h"
 #include "tree/SymNode.h"
 
 namespace CalcEngine {

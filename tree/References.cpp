@@ -1,6 +1,6 @@
 #include "tree/References.h"
 
-#include "interface/HostBridge.h"
+#include "context/HostBridge.h"
 
 namespace CalcEngine {
 

@@ -22,10 +22,8 @@ public:
     virtual void VisitConst(SymNode& node) = 0;
 };
 
-class SymNode : public StreamDumpable {
+class SymNode : public LazyOperand {
 public:
-    // One reference for the caller; may be null.
-    virtual Object* Evaluate(Environment& environment) const = 0;
     // Evaluates and inserts the value at the end of the list `target`.
     virtual void AppendTo(Environment& environment, NumberVectorObject& target) const;
     virtual bool IsAssignTarget(const SymNode* node) const {

@@ -1,6 +1,6 @@
 #include "values/Exception.h"
 
-#include "context/ICalcContext.h"
+#include "values/ICalcContext.h"
 
 namespace CalcEngine {
 

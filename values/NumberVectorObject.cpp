@@ -4,11 +4,9 @@
 #include <cmath>
 #include <cstring>
 
-#include "context/ICalcContext.h"
-#include "tree/SymNode.h"
+#include "values/ICalcContext.h"
 #include "values/DivisionFault.h"
 #include "values/NumberText.h"
-#include "values/NumberWords.h"
 #include "values/ObjectFactory.h"
 #include "values/ScalarObjects.h"
 
@@ -144,7 +142,7 @@ void Combine(DoubleVector& list, const Object& right, Func op) {
 // Evaluates the right side of a logical operator and combines it; no value
 // counts as null.
 template <class Func>
-void CombineWithExpr(NumberVectorObject& list, Expr& right, Func op) {
+void CombineWithOperand(NumberVectorObject& list, const LazyOperand& right, Func op) {
     PtrWrapper value(right.Evaluate(*list.environment));
     if (value) {
         Combine(list, *value, op);
@@ -319,26 +317,26 @@ void NumberVectorObject::OperatorGe(const Object& right) {
 
 // The short cuts read a null element as false; the functors read it as
 // not 0.0.
-Object* NumberVectorObject::OperatorLand(Expr& right) {
+Object* NumberVectorObject::OperatorLand(const LazyOperand& right) {
     if (std::any_of(values.begin(), values.end(), IsTrue)) {
-        CombineWithExpr(*this, right, NVOperatorLandFunc());
+        CombineWithOperand(*this, right, NVOperatorLandFunc());
     } else {
         std::fill(values.begin(), values.end(), 0.0);
     }
     return nullptr;
 }
 
-Object* NumberVectorObject::OperatorLor(Expr& right) {
+Object* NumberVectorObject::OperatorLor(const LazyOperand& right) {
     if (!std::all_of(values.begin(), values.end(), IsTrue)) {
-        CombineWithExpr(*this, right, NVOperatorLorFunc());
+        CombineWithOperand(*this, right, NVOperatorLorFunc());
     } else {
         std::fill(values.begin(), values.end(), 1.0);
     }
     return nullptr;
 }
 
-Object* NumberVectorObject::OperatorLxor(Expr& right) {
-    CombineWithExpr(*this, right, NVOperatorLxorFunc());
+Object* NumberVectorObject::OperatorLxor(const LazyOperand& right) {
+    CombineWithOperand(*this, right, NVOperatorLxorFunc());
     return nullptr;
 }
 

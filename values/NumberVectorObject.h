@@ -55,9 +55,9 @@ public:
     void OperatorMul(const Object& right) override;
     void OperatorPow(const Object& right) override;
     // The list stays the accumulator: all three return null.
-    Object* OperatorLand(Expr& right) override;
-    Object* OperatorLor(Expr& right) override;
-    Object* OperatorLxor(Expr& right) override;
+    Object* OperatorLand(const LazyOperand& right) override;
+    Object* OperatorLor(const LazyOperand& right) override;
+    Object* OperatorLxor(const LazyOperand& right) override;
     void OperatorEqual(const Object& right) override;
     void OperatorNotEqual(const Object& right) override;
     void OperatorLt(const Object& right) override;

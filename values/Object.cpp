@@ -128,14 +128,14 @@ void Object::OperatorMul(const Object&) {
 void Object::OperatorPow(const Object&) {
     RaiseRuntimeError(u"binary operator 'pow' not defined for object");
 }
-Object* Object::OperatorLand(Expr&) {
+Object* Object::OperatorLand(const LazyOperand&) {
     RaiseRuntimeError(u"binary operator 'logical and' not defined for object");
 }
-Object* Object::OperatorLor(Expr&) {
+Object* Object::OperatorLor(const LazyOperand&) {
     RaiseRuntimeError(u"binary operator 'logical or' not defined for object");
 }
 // Exclusive or shares the text of or.
-Object* Object::OperatorLxor(Expr&) {
+Object* Object::OperatorLxor(const LazyOperand&) {
     RaiseRuntimeError(u"binary operator 'logical or' not defined for object");
 }
 void Object::OperatorEqual(const Object&) {

@@ -13,13 +13,21 @@
 namespace CalcEngine {
 
 class Environment;
-class Expr;
 class Object;
 
 class StreamDumpable {
 public:
     virtual ~StreamDumpable() = default;
     virtual void Dump(WString& out, int options) const;
+};
+
+// What a logical operator receives as its right side: a value not computed
+// yet, which the operator computes only when the left side does not decide
+// (the short circuit). The formula tree's nodes are these.
+class LazyOperand : public StreamDumpable {
+public:
+    // One reference for the caller; may be null.
+    virtual Object* Evaluate(Environment& environment) const = 0;
 };
 
 // One instance per value class; drives promotion by rank.
@@ -94,9 +102,9 @@ public:
     virtual void OperatorPow(const Object& right);
     // Logical operators take the unevaluated right side and return a
     // replacement accumulator (one reference for the caller) or null.
-    virtual Object* OperatorLand(Expr& right);
-    virtual Object* OperatorLor(Expr& right);
-    virtual Object* OperatorLxor(Expr& right);
+    virtual Object* OperatorLand(const LazyOperand& right);
+    virtual Object* OperatorLor(const LazyOperand& right);
+    virtual Object* OperatorLxor(const LazyOperand& right);
     virtual void OperatorEqual(const Object& right);
     virtual void OperatorNotEqual(const Object& right);
     virtual void OperatorLt(const Object& right);
@@ -145,6 +153,7 @@ inline void Release(Object* object) {
 }
 
 // Owns one reference and drops it at scope exit unless handed over.
+// Movable, so that lists of arguments and items can hold it by value.
 class PtrWrapper {
 public:
     PtrWrapper() = default;
@@ -154,6 +163,11 @@ public:
     }
     PtrWrapper(const PtrWrapper&) = delete;
     PtrWrapper& operator=(const PtrWrapper&) = delete;
+    PtrWrapper(PtrWrapper&& other) noexcept : object(other.Detach()) {}
+    PtrWrapper& operator=(PtrWrapper&& other) noexcept {
+        if (this != &other) Reset(other.Detach());
+        return *this;
+    }
     void Reset(Object* replacement) {
         if (object) Release(object);
         object = replacement;

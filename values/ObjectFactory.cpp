@@ -1,6 +1,6 @@
 #include "values/ObjectFactory.h"
 
-#include "context/ICalcContext.h"
+#include "values/ICalcContext.h"
 #include "values/NumberVectorObject.h"
 #include "values/ScalarObjects.h"
 #include "values/StringObject.h"

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstdio>
 
-#include "tree/SymNode.h"
 #include "values/DivisionFault.h"
 #include "values/Exception.h"
 #include "values/ListFunctors.h"
@@ -111,20 +110,20 @@ void EmptyObject::Recycle() { CurrentFactory()->RecycleEmpty(this); }
 
 bool ValueObject::IsTrue() const { return NumberOf(*this) != 0.0; }
 
-Object* ValueObject::OperatorLand(Expr& right) {
+Object* ValueObject::OperatorLand(const LazyOperand& right) {
     return IsTrue() ? Combine(right, Logic::And) : nullptr;
 }
 
-Object* ValueObject::OperatorLor(Expr& right) {
+Object* ValueObject::OperatorLor(const LazyOperand& right) {
     return IsTrue() ? nullptr : Combine(right, Logic::Or);
 }
 
-Object* ValueObject::OperatorLxor(Expr& right) { return Combine(right, Logic::Xor); }
+Object* ValueObject::OperatorLxor(const LazyOperand& right) { return Combine(right, Logic::Xor); }
 
 // Evaluates the right side and combines it with this value. A scalar result
 // (or none, which reads as null and so as true) leaves this object the
 // accumulator; a list result becomes the new accumulator.
-Object* ValueObject::Combine(Expr& right, Logic logic) {
+Object* ValueObject::Combine(const LazyOperand& right, Logic logic) {
     bool left = IsTrue();
     PtrWrapper value(right.Evaluate(*environment));
     if (!value || value->IsScalar()) {

@@ -36,9 +36,9 @@ public:
     void OperatorIntDiv(const Object&) override {}
     void OperatorMul(const Object&) override {}
     void OperatorPow(const Object&) override {}
-    Object* OperatorLand(Expr&) override { return nullptr; }
-    Object* OperatorLor(Expr&) override { return nullptr; }
-    Object* OperatorLxor(Expr&) override { return nullptr; }
+    Object* OperatorLand(const LazyOperand&) override { return nullptr; }
+    Object* OperatorLor(const LazyOperand&) override { return nullptr; }
+    Object* OperatorLxor(const LazyOperand&) override { return nullptr; }
     void OperatorEqual(const Object&) override {}
     void OperatorNotEqual(const Object&) override {}
     void OperatorLt(const Object&) override {}
@@ -60,9 +60,9 @@ public:
     bool IsNumeric() const override { return true; }
     bool IsSingleValue() const override { return true; }
     // Each returns null, or a number list when the right side gave a list.
-    Object* OperatorLand(Expr& right) override;
-    Object* OperatorLor(Expr& right) override;
-    Object* OperatorLxor(Expr& right) override;
+    Object* OperatorLand(const LazyOperand& right) override;
+    Object* OperatorLor(const LazyOperand& right) override;
+    Object* OperatorLxor(const LazyOperand& right) override;
     Object* Clone() const override;
 
 protected:
@@ -73,7 +73,7 @@ private:
     enum class Logic { And, Or, Xor };
     // Whether the value counts as true in a logical operator; null does.
     bool IsTrue() const;
-    Object* Combine(Expr& right, Logic logic);
+    Object* Combine(const LazyOperand& right, Logic logic);
 };
 
 class BoolObject : public ValueObject {

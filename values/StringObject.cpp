@@ -4,10 +4,9 @@
 #include <cstring>
 #include <functional>
 
-#include "context/ICalcContext.h"
+#include "values/ICalcContext.h"
 #include "values/NumberText.h"
 #include "values/NumberVectorObject.h"
-#include "values/NumberWords.h"
 #include "values/ObjectFactory.h"
 #include "values/ShiftItems.h"
 
@@ -208,11 +207,11 @@ void StringObject::OperatorIntDiv(const Object&) { WarnUnsupported(OpIntDiv); }
 void StringObject::OperatorMul(const Object&) { WarnUnsupported(OpMul); }
 void StringObject::OperatorPow(const Object&) { WarnUnsupported(OpPow); }
 
-Object* StringObject::OperatorLand(Expr& right) {
+Object* StringObject::OperatorLand(const LazyOperand& right) {
     return ApplyLogical(&Object::OperatorLand, right);
 }
-Object* StringObject::OperatorLor(Expr& right) { return ApplyLogical(&Object::OperatorLor, right); }
-Object* StringObject::OperatorLxor(Expr& right) {
+Object* StringObject::OperatorLor(const LazyOperand& right) { return ApplyLogical(&Object::OperatorLor, right); }
+Object* StringObject::OperatorLxor(const LazyOperand& right) {
     return ApplyLogical(&Object::OperatorLxor, right);
 }
 
@@ -273,7 +272,7 @@ Object* StringObject::ReadNumberObject() const {
                             : factory.CreateEmpty(environment);
 }
 
-Object* StringObject::ApplyLogical(Object* (Object::*op)(Expr&), Expr& right) {
+Object* StringObject::ApplyLogical(Object* (Object::*op)(const LazyOperand&), const LazyOperand& right) {
     PtrWrapper number(ReadNumberObject());
     if (Object* replacement = ((*number).*op)(right)) return replacement;
     return number.Detach();

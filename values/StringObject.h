@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "tree/OperatorTable.h"
+#include "values/OperatorTable.h"
 #include "values/Object.h"
 
 namespace CalcEngine {
@@ -57,9 +57,9 @@ public:
     void OperatorPow(const Object& right) override;
     // Applied to the text read as numbers: Void, a Number or a number list,
     // which is returned unless the operator replaces it in turn.
-    Object* OperatorLand(Expr& right) override;
-    Object* OperatorLor(Expr& right) override;
-    Object* OperatorLxor(Expr& right) override;
+    Object* OperatorLand(const LazyOperand& right) override;
+    Object* OperatorLor(const LazyOperand& right) override;
+    Object* OperatorLxor(const LazyOperand& right) override;
     // Compare by UTF-16 code units; the text becomes "1" or "0".
     void OperatorEqual(const Object& right) override;
     void OperatorNotEqual(const Object& right) override;
@@ -88,7 +88,7 @@ private:
     NumberVectorObject* ReadNumberList() const;
     // The same as Void, a Number or, for two or more, the list.
     Object* ReadNumberObject() const;
-    Object* ApplyLogical(Object* (Object::*op)(Expr&), Expr& right);
+    Object* ApplyLogical(Object* (Object::*op)(const LazyOperand&), const LazyOperand& right);
     // Runs a unary operator of the number list over the text's numbers and
     // writes them back.
     void RewriteNumbers(void (Object::*op)());

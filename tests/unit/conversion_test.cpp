@@ -1,4 +1,4 @@
-#include "functions/Conversion.h"
+#include "values/NumberText.h"
 
 #include <gtest/gtest.h>
 

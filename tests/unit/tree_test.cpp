@@ -7,7 +7,7 @@
 #include "tests/TestClient.h"
 #include "tree/Environment.h"
 #include "tree/NodeFactory.h"
-#include "tree/OperatorTable.h"
+#include "values/OperatorTable.h"
 
 using namespace CalcEngine;
 

@@ -1,4 +1,4 @@
-#include "tree/OperatorTable.h"
+#include "values/OperatorTable.h"
 
 namespace CalcEngine {
 

@@ -1,4 +1,4 @@
-#include "interface/CalcClient.h"
+#include "context/CalcClient.h"
 
 #include "values/Exception.h"
 

@@ -1,11 +1,11 @@
-#include "interface/HostBridge.h"
+#include "context/HostBridge.h"
 
 #include <cstring>
 #include <memory>
 #include <vector>
 
-#include "context/ICalcContext.h"
-#include "interface/CalcClient.h"
+#include "values/ICalcContext.h"
+#include "context/CalcClient.h"
 #include "tree/Nodes.h"
 #include "values/NumberVectorObject.h"
 #include "values/ObjectFactory.h"

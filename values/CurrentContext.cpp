@@ -1,4 +1,4 @@
-#include "context/ICalcContext.h"
+#include "values/ICalcContext.h"
 
 namespace CalcEngine {
 
