@@ -1,8 +1,18 @@
 #include "context/CalcClient.h"
 
-#include "values/Exception.h"
+#include <memory>
+
+#include "context/HostBridge.h"
+#include "values/ICalcContext.h"
 
 using namespace CalcEngine;
+
+namespace {
+
+// "Error: " and the code's text: the head of every callback failure message.
+WString CallbackErrorHead(int32_t code) { return WString(u"Error: ") + xcCalcGetErrorString(code); }
+
+}  // namespace
 
 CalcClient::CalcClient(const DTCalcInit& init)
     : getSymbolValue(init.xGetSymbolValueFunc),
@@ -15,10 +25,38 @@ CalcClient::CalcClient(const DTCalcInit& init)
       expressionListSeparator(init.cExpressionListSeparator),
       lineFeed(init.xcLineFeed ? WString(init.xcLineFeed) : WString(u"\r\n")) {}
 
+Object* CalcClient::GetSymbolValue(Environment& environment, const WString& symbol,
+                                   const ArgumentList& arguments) const {
+    ICalcContext& context = *CurrentContext();
+    ParameterArray parameters(arguments, flags & ORDODLL_FLAG_FORCE_NUMBER_SYMBOL_PARAMETER_TYPE);
+    const int32_t symbolFlags = context.GetNullMode().listMode > 0
+                                    ? ORDODLL_GET_SYMBOL_VALUE_FLAG_IGNORE_NULL
+                                    : ORDODLL_GET_SYMBOL_VALUE_FLAG_DEFAULT;
+    DTCalcResult result{};
+    const int32_t code = getSymbolValue(symbol.c_str(), parameters.First(), symbolFlags, &result,
+                                        context.GetClientData());
+    // The buffer is the library's to release, whatever the host answered.
+    std::unique_ptr<char16_t, int32_t (*)(void*)> buffer(result.xResultBuffer, iCalcFreeMemory);
+    if (code != ORDODLL_RESULT_OK)
+        RaiseRuntimeError(CallbackErrorHead(code) +
+                          u" occurred while evaluating value for external symbol: " + symbol);
+    return CreateObjectFromResult(&environment, 0, result.iType, result);
+}
+
 void CalcClient::WriteLogEntry(const WString& text, int32_t priority) const {
-    int32_t code = writeLogEntry(text.c_str(), priority);
+    const int32_t code = writeLogEntry(text.c_str(), priority);
     if (code != ORDODLL_RESULT_OK)
         RaiseRuntimeError(CallbackErrorHead(code) + u" occurred while writing log entry");
 }
 
-WString CallbackErrorHead(int32_t code) { return WString(u"Error: ") + xcCalcGetErrorString(code); }
+void CalcClient::OnExternalObjectReferenceCreated(int32_t position, const WString& symbol,
+                                                  DTCalcFunctionParameterValue* parameters,
+                                                  int32_t& referenceFlags) const {
+    DTExternalObjectReferenceData data{symbol.c_str(), parameters, referenceFlags, position};
+    const int32_t code = onExternalObjectReferenceCreated(&data, CurrentContext()->GetClientData());
+    if (code != ORDODLL_RESULT_OK)
+        RaiseSemanticError(CallbackErrorHead(code) +
+                           u" occurred while initializing external object reference to symbol: " +
+                           symbol);
+    referenceFlags = data.iFlags;
+}

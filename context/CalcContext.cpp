@@ -1,18 +1,17 @@
 #include "context/CalcContext.h"
 
-#include "context/FactoryPool.h"
-#include "values/NumberText.h"
 #include "context/CalcClient.h"
-#include "values/Object.h"
+#include "context/FactoryPool.h"
+#include "context/ObjectReference.h"
+#include "functions/Function.h"
+#include "values/NumberText.h"
+#include "values/ObjectFactory.h"
 
 namespace CalcEngine {
 
 CalcContext::CalcContext(CalcClient* client, void* clientData)
-    : objectFactory(nullptr),
-      clientData(clientData),
-      nullSubstitute(NullNumber()),
-      quotaLimit(client->quota),
-      client(client) {
+    : objectFactory(nullptr), clientData(clientData), quotaLimit(client->quota), client(client) {
+    nullMode.substitute = NullNumber();
     for (uint32_t& separator : separators) separator = Unset;
     if (client->expressionListSeparator)
         separators[ExpressionListIndex] = client->expressionListSeparator;
@@ -20,7 +19,25 @@ CalcContext::CalcContext(CalcClient* client, void* clientData)
     objectFactory = BorrowFactory();
 }
 
-CalcContext::~CalcContext() { ReturnFactory(objectFactory); }
+// The variables go before the factory: releasing them recycles into it.
+CalcContext::~CalcContext() {
+    scopes.clear();
+    ReturnFactory();
+}
+
+ICalcObjectReference* CalcContext::CreateObjectReference(Environment& environment,
+                                                         const WString& symbol) {
+    return new CalcRuntimeObjectReference(&environment, symbol);
+}
+
+std::unique_ptr<ICalcFunctionReference> CalcContext::CreateFunctionReference(
+    const ExpressionList& arguments, const WString& name) {
+    bool ignoreNull;
+    const ICalcFunction* function = client->registry.Find(name, ignoreNull);
+    if (!function) RaiseSemanticError(u"Function named: \"" + name + u"\" not found.");
+    function->CheckParameters(*this, arguments);
+    return std::make_unique<CalcFunctionReference>(*function, ignoreNull);
+}
 
 void CalcContext::FormatNumber(double value, WString& out, int precision) {
     if (IsNull(value)) {
@@ -32,16 +49,15 @@ void CalcContext::FormatNumber(double value, WString& out, int precision) {
 
 double CalcContext::ParseNumber(const WString& text) {
     if (text == u"NULL") {
-        if (!nullAccepted) throw NullValueException();
-        return nullSubstitute;
+        if (!nullMode.accepted) throw NullValueException();
+        return nullMode.substitute;
     }
     return TextToNumber(text, GetDecimalSeparator());
 }
 
 bool CalcContext::FindFunction(const WString& name) {
-    // No function is registered with a client yet.
-    (void)name;
-    return false;
+    bool ignoreNull;
+    return client->registry.Find(name, ignoreNull) != nullptr;
 }
 
 void CalcContext::AddMessage(const Error::Category& category, const WString& text, int32_t level) {
@@ -60,9 +76,10 @@ void CalcContext::AddError(const WString& text, const Error::Category& category,
 }
 
 void CalcContext::AddError(const Error& error, int32_t level) {
+    const WString& lineFeed = GetLineFeed();
     WString text;
-    error.FormatMessage(text, GetLineFeed().c_str());
-    AddError(text, error.GetCategory(), level);
+    error.FormatMessage(text, lineFeed.c_str());
+    AddError(text + lineFeed, error.GetCategory(), level);
 }
 
 void CalcContext::GetSummary(WString& out, const char16_t* title) {
@@ -86,5 +103,23 @@ void CalcContext::TickQuota() {
 }
 
 const WString& CalcContext::GetLineFeed() { return client->lineFeed; }
+
+void CalcContext::WriteLogEntry(const WString& text, int32_t priority) {
+    client->WriteLogEntry(text, priority);
+}
+
+Object* CalcContext::FindVariable(const WString& name) {
+    for (auto scope = scopes.rbegin(); scope != scopes.rend(); ++scope) {
+        auto found = scope->find(name);
+        if (found != scope->end()) return found->second.Get();
+    }
+    return nullptr;
+}
+
+void CalcContext::AssignVariable(Environment& environment, const WString& name, Object* value) {
+    PtrWrapper& variable = scopes.back()[name];
+    if (!variable) variable.Reset(objectFactory->CreateVariable(&environment, nullptr));
+    if (value) variable->Assign(*value, true);
+}
 
 }  // namespace CalcEngine

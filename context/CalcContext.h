@@ -5,9 +5,11 @@
 
 #include <atomic>
 #include <cstdint>
+#include <map>
 #include <vector>
 
 #include "values/ICalcContext.h"
+#include "values/Object.h"
 
 namespace CalcEngine {
 
@@ -29,6 +31,10 @@ public:
     CalcContext& operator=(const CalcContext&) = delete;
 
     void NoOperation() override {}
+    ICalcObjectReference* CreateObjectReference(Environment& environment,
+                                                const WString& symbol) override;
+    std::unique_ptr<ICalcFunctionReference> CreateFunctionReference(const ExpressionList& arguments,
+                                                                    const WString& name) override;
     void FormatNumber(double value, WString& out, int precision) override;
     double ParseNumber(const WString& text) override;
     char16_t GetDecimalSeparator() override { return Separator(DecimalIndex, u'.'); }
@@ -42,12 +48,17 @@ public:
     void AddError(const Error& error, int32_t level) override;
     void GetSummary(WString& out, const char16_t* title) override;
     void* GetClientData() override { return clientData; }
-    double GetNullValue() override { return nullSubstitute; }
-    bool NullAccepted() override { return nullAccepted; }
     void TickQuota() override;
     ObjectFactory* GetObjectFactory() override { return objectFactory; }
     CalcClient* GetClient() override { return client; }
     const WString& GetLineFeed() override;
+    void WriteLogEntry(const WString& text, int32_t priority) override;
+    NullMode& GetNullMode() override { return nullMode; }
+    int32_t& EvaluateNesting() override { return evaluateNesting; }
+    void PushScope() override { scopes.emplace_back(); }
+    void PopScope() override { scopes.pop_back(); }
+    Object* FindVariable(const WString& name) override;
+    void AssignVariable(Environment& environment, const WString& name, Object* value) override;
 
     int32_t GetHighestLevel() const { return highestLevel; }
 
@@ -68,9 +79,11 @@ private:
     bool hasWarnings = false;
     int32_t highestLevel = 0;
     std::vector<Message> messages;
+    // Local variables by name, innermost scope last.
+    std::vector<std::map<WString, PtrWrapper>> scopes;
     void* clientData;
-    double nullSubstitute;
-    bool nullAccepted = false;
+    NullMode nullMode;
+    int32_t evaluateNesting = 0;
     std::atomic<int32_t> quotaCount{0};
     int32_t quotaLimit;
     CalcClient* client;

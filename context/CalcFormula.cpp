@@ -2,8 +2,8 @@
 
 #include <cstring>
 
-#include "values/ICalcContext.h"
 #include "context/CalcClient.h"
+#include "values/ICalcContext.h"
 #include "values/Object.h"
 
 using namespace CalcEngine;
@@ -55,11 +55,12 @@ bool RecyclableCalcFormula::PrepareFormula(const WString& formulaText) {
         if (precalculated) iCalcFreeMemory(precalculated->result.xResultBuffer);
         precalculated = std::move(record);
     }
-    CurrentContext()->GetClient()->formulaCache[text] = this;
+    CurrentContext()->GetClient()->formulas.Insert(*this);
     return true;
 }
 
 bool RecyclableCalcFormula::PostProcess() {
+    Environment::PostProcess();
     ++useCount;
     return true;
 }

@@ -17,7 +17,8 @@ public:
     // in the current client's cache. False when the text does not parse;
     // the caller then deletes the formula.
     bool PrepareFormula(const CalcEngine::WString& text);
-    // Counts one more use: run after a parse and on every cache hit.
+    // Tells the host of the formula's references and counts one more use:
+    // run after a parse and on every cache hit.
     bool PostProcess() override;
     // Evaluates into `result` (or replays the precalculated result unless
     // `force`), answering an ENTCalcErrorCode.

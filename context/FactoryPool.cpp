@@ -4,7 +4,6 @@
 #include <atomic>
 #include <cstdint>
 #include <thread>
-#include <vector>
 
 #include "values/ObjectFactory.h"
 
@@ -32,38 +31,34 @@ FactoryPool& Pool() {
     return *pool;
 }
 
-thread_local std::vector<ObjectFactory*> borrowed;
+// The factory this thread holds, and how many calls on the thread borrowed it.
+thread_local size_t heldIndex = 0;
+thread_local size_t borrowings = 0;
 
 }  // namespace
 
 ObjectFactory* BorrowFactory() {
     FactoryPool& pool = Pool();
+    if (borrowings++ > 0) return pool.factories[heldIndex];
     for (;;) {
         uint32_t index = (pool.next.fetch_add(1, std::memory_order_relaxed) + 1) & (PoolSize - 1);
         int32_t expected = 0;
         if (pool.inUse[index].compare_exchange_strong(expected, 1, std::memory_order_acquire)) {
-            borrowed.push_back(pool.factories[index]);
+            heldIndex = index;
             return pool.factories[index];
         }
         if (index == PoolSize - 1) std::this_thread::yield();
     }
 }
 
-void ReturnFactory(ObjectFactory* factory) {
-    FactoryPool& pool = Pool();
-    for (size_t i = 0; i < PoolSize; ++i) {
-        if (pool.factories[i] == factory) {
-            pool.inUse[i].store(0, std::memory_order_release);
-            break;
-        }
-    }
-    if (!borrowed.empty() && borrowed.back() == factory) borrowed.pop_back();
+void ReturnFactory() {
+    if (--borrowings == 0) Pool().inUse[heldIndex].store(0, std::memory_order_release);
 }
 
-size_t BorrowedOnThisThread() { return borrowed.size(); }
+size_t BorrowedOnThisThread() { return borrowings; }
 
 void ReturnBorrowedBeyond(size_t depth) {
-    while (borrowed.size() > depth) ReturnFactory(borrowed.back());
+    while (borrowings > depth) ReturnFactory();
 }
 
 size_t PooledObjectCount() {

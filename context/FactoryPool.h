@@ -8,12 +8,16 @@ namespace CalcEngine {
 
 class ObjectFactory;
 
-// Borrows a free factory, spinning while all sixteen are lent.
+// Borrows a free factory, spinning while all sixteen are lent. A call nested
+// on a thread that holds one already (a host callback calling back into the
+// library) shares that one: a thread takes at most one factory, so nested
+// calls can never wait for each other.
 ObjectFactory* BorrowFactory();
-void ReturnFactory(ObjectFactory* factory);
+// Ends one borrowing of this thread's factory; the last gives it back.
+void ReturnFactory();
 
-// Factories this thread holds at the moment; the fault guard returns those
-// that a faulting call could not return itself.
+// How many borrowings this thread holds at the moment; the fault guard ends
+// those that a faulting call could not end itself.
 size_t BorrowedOnThisThread();
 void ReturnBorrowedBeyond(size_t depth);
 

@@ -5,55 +5,12 @@
 #include <vector>
 
 #include "values/ICalcContext.h"
-#include "context/CalcClient.h"
-#include "tree/Nodes.h"
 #include "values/NumberVectorObject.h"
 #include "values/ObjectFactory.h"
 
 namespace CalcEngine {
 
 namespace {
-
-// The argument array handed to the host, with every buffer it points at.
-class ParameterArray {
-public:
-    explicit ParameterArray(size_t count) : values(count), labels(count) {
-        for (size_t i = 0; i + 1 < count; ++i) values[i].xdtNext = &values[i + 1];
-    }
-    ~ParameterArray() {
-        for (DTCalcFunctionParameterValue& value : values) iCalcFreeMemory(value.xValue);
-    }
-    ParameterArray(const ParameterArray&) = delete;
-    ParameterArray& operator=(const ParameterArray&) = delete;
-
-    void Fill(size_t i, const Object& value, const WString& label, bool forceNumber) {
-        DTCalcFunctionParameterValue& parameter = values[i];
-        labels[i] = label;
-        parameter.xcLabel = labels[i].c_str();
-        DTCalcResult written{};
-        if (forceNumber && value.IsScalar() && value.IsSingleValue()) {
-            value.ToResult(written);  // a single number goes out as a number
-        } else if (forceNumber) {
-            PtrWrapper list(CurrentFactory()->CreateNumberVector(value.environment));
-            list->Assign(value, true);
-            list->ToResult(written);
-        } else {
-            value.ToResult(written);
-        }
-        parameter.xValue = written.xResultBuffer;
-        parameter.iType = written.iType;
-    }
-    DTCalcFunctionParameterValue* First() { return values.empty() ? nullptr : values.data(); }
-
-private:
-    std::vector<DTCalcFunctionParameterValue> values;
-    std::vector<WString> labels;
-};
-
-WString Ordinal(size_t n) {
-    static const char16_t* const first[] = {u"1st", u"2nd", u"3rd"};
-    return n >= 1 && n <= 3 ? WString(first[n - 1]) : ToDecimal(static_cast<long long>(n)) + u"th";
-}
 
 WString TextFromBuffer(const DTCalcResult& result) {
     const char16_t* text = result.xResultBuffer;
@@ -102,28 +59,38 @@ Object* NumberListFromBuffer(Environment* environment, const DTCalcResult& resul
 
 }  // namespace
 
-Object* GetSymbolValue(Environment& environment, const WString& symbol,
-                       const ExpressionList* arguments) {
-    ICalcContext& context = *CurrentContext();
-    CalcClient& client = *context.GetClient();
-    size_t count = arguments ? arguments->Size() : 0;
-    ParameterArray parameters(count);
-    bool forceNumber = client.flags & ORDODLL_FLAG_FORCE_NUMBER_SYMBOL_PARAMETER_TYPE;
-    for (size_t i = 0; i < count; ++i) {
-        const Expr& argument = (*arguments)[i];
-        PtrWrapper value(argument.Evaluate(environment));
-        if (!value) RaiseRuntimeError(u"couldn't evaluate " + Ordinal(i + 1) + u" parameter");
-        parameters.Fill(i, *value, argument.GetLabel(), forceNumber);
+ParameterArray::ParameterArray(const ArgumentList& arguments, bool forceNumber)
+    : values(arguments.size()), labels(arguments.size()) {
+    for (size_t i = 0; i + 1 < values.size(); ++i) values[i].xdtNext = &values[i + 1];
+    for (size_t i = 0; i < values.size(); ++i) {
+        const FunctionArgument& argument = arguments[i];
+        if (!argument.value)
+            RaiseRuntimeError(u"couldn't evaluate " + Ordinal(i + 1) + u" parameter");
+        labels[i] = argument.node ? argument.node->GetLabel() : WString();
+        values[i].xcLabel = labels[i].c_str();
+        Fill(values[i], *argument.value, forceNumber);
     }
-    DTCalcResult result{};
-    int32_t code = client.getSymbolValue(symbol.c_str(), parameters.First(),
-                                         ORDODLL_GET_SYMBOL_VALUE_FLAG_DEFAULT, &result,
-                                         context.GetClientData());
-    std::unique_ptr<char16_t, int32_t (*)(void*)> buffer(result.xResultBuffer, iCalcFreeMemory);
-    if (code != ORDODLL_RESULT_OK)
-        RaiseRuntimeError(CallbackErrorHead(code) +
-                          u" occurred while evaluating value for external symbol: " + symbol);
-    return CreateObjectFromResult(&environment, 0, result.iType, result);
+}
+
+ParameterArray::~ParameterArray() {
+    for (DTCalcFunctionParameterValue& value : values) iCalcFreeMemory(value.xValue);
+}
+
+// The value's own form or, forced, a number for a single number and a
+// number list for anything else.
+void ParameterArray::Fill(DTCalcFunctionParameterValue& parameter, Object& object,
+                          bool forceNumber) {
+    PtrWrapper value(Resolve(&object));
+    DTCalcResult written{};
+    if (forceNumber && !(value->IsScalar() && value->IsSingleValue())) {
+        PtrWrapper list(CurrentFactory()->CreateNumberVector(value->environment));
+        list->Assign(*value, true);
+        list->ToResult(written);
+    } else {
+        value->ToResult(written);
+    }
+    parameter.xValue = written.xResultBuffer;
+    parameter.iType = written.iType;
 }
 
 Object* CreateObjectFromResult(Environment* environment, int32_t failed, int32_t type,

@@ -1,21 +1,35 @@
-// Calls from the engine into the host's callbacks: arguments are marshalled
-// into the interface's records, the host's answer turned into a value, and
-// a failure code into an exception with a fixed wording.
+// Values to and from the host's records: the argument arrays handed to host
+// callbacks, and the values made from what a host answers.
 #pragma once
 
+#include <vector>
+
 #include "interface/ordo.h"
-#include "values/Text.h"
+#include "tree/Arguments.h"
 
 namespace CalcEngine {
 
-class Environment;
-class ExpressionList;
-class Object;
+// The argument array of a host callback, with every buffer it points at;
+// released with it.
+class ParameterArray {
+public:
+    // One element per argument, linked in order, each with its label. An
+    // argument without a value raises "couldn't evaluate <place> parameter".
+    // With `forceNumber` every value goes out as a number or a number list.
+    ParameterArray(const ArgumentList& arguments, bool forceNumber);
+    ~ParameterArray();
+    ParameterArray(const ParameterArray&) = delete;
+    ParameterArray& operator=(const ParameterArray&) = delete;
 
-// Asks the host for the value of `symbol` with the evaluated `arguments`
-// (null for a plain name). One reference for the caller.
-Object* GetSymbolValue(Environment& environment, const WString& symbol,
-                       const ExpressionList* arguments);
+    // The first element, null for no arguments.
+    DTCalcFunctionParameterValue* First() { return values.empty() ? nullptr : values.data(); }
+
+private:
+    static void Fill(DTCalcFunctionParameterValue& parameter, Object& value, bool forceNumber);
+
+    std::vector<DTCalcFunctionParameterValue> values;
+    std::vector<WString> labels;
+};
 
 // Turns a host's result record into a value (one reference), or null for a
 // failed call or an unknown result type. The record's buffer stays the

@@ -5,9 +5,9 @@
 #include <cstring>
 #include <memory>
 
+#include "context/CalcClient.h"
 #include "context/CalcContext.h"
 #include "context/CalcFormula.h"
-#include "context/CalcClient.h"
 #include "interface/FaultGuard.h"
 #include "interface/PrepareLock.h"
 #include "interface/ordo.h"
@@ -35,11 +35,10 @@ RecyclableCalcFormula* FormulaOf(void* handle) {
 // and cached; null when the text does not parse (the error is in the context).
 RecyclableCalcFormula* FindOrPrepare(CalcClient& client, const WString& text,
                                      CalcContext& context) {
-    auto cached = client.formulaCache.find(text);
-    if (cached != client.formulaCache.end()) {
+    if (RecyclableCalcFormula* cached = client.formulas.Find(text)) {
         try {
-            cached->second->PostProcess();
-            return cached->second;
+            cached->PostProcess();
+            return cached;
         } catch (const Error& e) {
             context.AddError(e, 1);
         } catch (const Exception& e) {
@@ -156,7 +155,7 @@ ORDO_API int32_t iCalcFreeFormula(void* vxClientHandle, void* vxHandle) {
     return Guarded(client, [&]() -> int32_t {
         PrepareLock lock;
         RecyclableCalcFormula* formula = FormulaOf(vxHandle);
-        client->formulaCache.erase(formula->Text());
+        client->formulas.Remove(*formula);
         if (formula->ReleaseUse()) delete formula;
         return ORDODLL_RESULT_OK;
     });

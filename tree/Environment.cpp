@@ -4,10 +4,11 @@
 #include <antlr/TokenBuffer.hpp>
 #include <sstream>
 
-#include "values/ICalcContext.h"
 #include "language/CalcLexer.h"
 #include "language/CalcParser.h"
 #include "language/UnicodeCharBuffer.h"
+#include "tree/References.h"
+#include "values/ICalcContext.h"
 
 namespace CalcEngine {
 
@@ -74,6 +75,12 @@ bool Environment::Parse(const WString& text, ICalcContext* context) {
     if (!failure.empty()) current.AddError(failure, Error::GetBaseCategory(), 1);
     Clear();
     return false;
+}
+
+bool Environment::PostProcess() {
+    ExternalCallbackVisitor visitor(*this);
+    Accept(visitor);
+    return true;
 }
 
 Object* Environment::Calculate(ICalcContext* context) {

@@ -22,11 +22,15 @@ public:
     // Evaluates all expressions; an Error is recorded in the context and
     // answers null. One reference for the caller.
     virtual Object* Calculate(ICalcContext* context);
-    // Runs after a successful parse.
-    virtual bool PostProcess() { return true; }
+    // Runs after a successful parse: tells the owners of the formula's names
+    // that it refers to them.
+    virtual bool PostProcess();
+    // Whether every node is constant, references counted as constant.
     virtual bool IsConstValue() const { return isConst; }
-    // Set when a symbol reference is constant only by way of a reference.
+    // Whether a reference answered that its value varies.
     bool HasVariableReferences() const { return constViaReference; }
+    void SetHasVariableReferences() { constViaReference = true; }
+    // Constant through and through: the formula may be calculated once.
     bool IsConst() const override { return isConst && !constViaReference; }
 
     Object* Evaluate(Environment& environment) const override;
@@ -44,6 +48,8 @@ public:
 private:
     std::vector<ExprPtr> expressions;
     bool isConst = true;
+    // Set when some reference's value varies: the formula is then constant
+    // only by way of its references, and not calculated once.
     bool constViaReference = false;
 };
 

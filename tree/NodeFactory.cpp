@@ -1,8 +1,8 @@
 #include "tree/NodeFactory.h"
 
+#include "tree/Call.h"
 #include "tree/Environment.h"
 #include "tree/Operators.h"
-#include "values/Exception.h"
 
 namespace CalcEngine {
 
@@ -13,8 +13,8 @@ class CalcNodeFactory final : public NodeFactory {
 public:
     ExprPtr createVarRef(Environment& environment, std::unique_ptr<ObjectIdentifier> identifier,
                          std::unique_ptr<ExpressionList> arguments) override {
-        return Built(environment,
-                     std::make_unique<VarRef>(std::move(identifier), std::move(arguments)));
+        return Built(environment, std::make_unique<VarRef>(environment, std::move(identifier),
+                                                           std::move(arguments)));
     }
     ExprPtr createExprLabel(Environment& environment, ExprPtr expression,
                             const WString& label) override {
@@ -47,18 +47,15 @@ public:
     }
     ExprPtr createBinOp(Environment& environment, int32_t code, ExprPtr left,
                         ExprPtr right) override {
-        new BinOp(code, std::move(left), std::move(right));  // owned by the top of its chain
-        return Built(environment, ExprPtr(BinOp::TopOfLastChain()));
+        return Built(environment, BinOp::Create(code, std::move(left), std::move(right)));
     }
     ExprPtr createUnOp(Environment& environment, int32_t code, ExprPtr operand) override {
         return Built(environment, std::make_unique<UnOp>(code, std::move(operand)));
     }
     ExprPtr createCall(Environment& environment, std::unique_ptr<ObjectIdentifier> identifier,
                        std::unique_ptr<ExpressionList> arguments) override {
-        (void)environment;
-        (void)arguments;
-        // No function is registered yet, so no name resolves to one.
-        RaiseSemanticError(u"Function named: \"" + identifier->GetName() + u"\" not found.");
+        return Built(environment,
+                     std::make_unique<Call>(std::move(identifier), std::move(arguments)));
     }
     std::unique_ptr<ListBlock> createListBlock(Environment& environment) override {
         (void)environment;

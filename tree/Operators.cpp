@@ -4,16 +4,14 @@
 #include <functional>
 #include <vector>
 
-#include "values/ICalcContext.h"
 #include "values/Exception.h"
+#include "values/ICalcContext.h"
 #include "values/NumberVectorObject.h"
 #include "values/ObjectFactory.h"
 
 namespace CalcEngine {
 
 namespace {
-
-BinOp* topOfLastChain = nullptr;  // parses are serialised by the prepare lock
 
 int32_t Precedence(int32_t op) { return binaryOperators[op].precedence; }
 
@@ -55,6 +53,19 @@ constexpr OperatorCalls operatorCalls[BinaryOperatorCount] = {
     {&Object::OperatorPow, &Object::WidenForPow, nullptr},
 };
 
+// The right side of a logical operator, evaluated in the operator's scope
+// only if the operator asks for it.
+class RightOperand : public LazyOperand {
+public:
+    RightOperand(const Expr& node, Environment& environment)
+        : node(node), environment(environment) {}
+    Object* Evaluate() const override { return node.Evaluate(environment); }
+
+private:
+    const Expr& node;
+    Environment& environment;
+};
+
 // The widening of `value` towards `other` that operator `op` uses.
 Object* WidenFor(int32_t op, Object& value, Object& other) {
     return std::invoke(operatorCalls[op].widen, value, other);
@@ -66,6 +77,20 @@ Object* ChooseWorkingValue(Environment& environment, int32_t op, Object& left, O
     PtrWrapper widened(WidenFor(op, left, right));
     if (Object* working = PromoteOperands(&environment, *widened, right)) return working;
     return widened.Detach();
+}
+
+// A non-logical operator over its two values: an indirect right operand is
+// widened towards the left one, the accumulator chosen and changed in place.
+Object* ApplyToValues(Environment& environment, int32_t op, Object& left, Object& right) {
+    PtrWrapper widenedRight;
+    Object* rightValue = &right;
+    if (right.GetType().IsIndirect()) {
+        widenedRight.Reset(WidenFor(op, right, left));
+        rightValue = widenedRight.Get();
+    }
+    PtrWrapper working(ChooseWorkingValue(environment, op, left, *rightValue));
+    std::invoke(operatorCalls[op].apply, *working, *rightValue);
+    return working.Detach();
 }
 
 void FillRange(int32_t from, int32_t to, DoubleVector& out) {
@@ -82,15 +107,23 @@ void FillRange(int32_t from, int32_t to, DoubleVector& out) {
 
 }  // namespace
 
-BinOp::BinOp(int32_t op, ExprPtr left, ExprPtr right) : op(op) {
-    SetLeft(std::move(left));
-    if (AsSamePrecedenceBinOp(right.get(), Precedence(op))) {
-        RotateInto(std::move(right));
-    } else {
-        SetRight(std::move(right));
-        topOfLastChain = this;
-    }
+ExprPtr BinOp::Create(int32_t op, ExprPtr left, ExprPtr right) {
+    auto node = new BinOp(op, std::move(left));
+    if (AsSamePrecedenceBinOp(right.get(), Precedence(op)))
+        return ExprPtr(node->RotateInto(std::move(right)));  // the chain owns `node`
+    node->SetRight(std::move(right));
+    return ExprPtr(node);
 }
+
+Object* BinOp::Apply(int32_t op, Environment& environment, Object& left, Object& right) {
+    TickQuota();
+    if (binaryOperators[op].isLogical)
+        RaiseRuntimeError(WString(u"can't execute operator ") + binaryOperators[op].symbol +
+                          u" for given object");
+    return ApplyToValues(environment, op, left, right);
+}
+
+BinOp::BinOp(int32_t op, ExprPtr left) : op(op) { SetLeft(std::move(left)); }
 
 BinOp::~BinOp() {
     while (BinOp* child = LeftBinOp()) {
@@ -100,8 +133,6 @@ BinOp::~BinOp() {
         left = std::move(grandchild);  // deletes `child`, whose left is gone already
     }
 }
-
-BinOp* BinOp::TopOfLastChain() { return topOfLastChain; }
 
 void BinOp::SetLeft(ExprPtr node) {
     leftIsBinOp = dynamic_cast<BinOp*>(node.get()) != nullptr;
@@ -116,7 +147,7 @@ void BinOp::SetRight(ExprPtr node) {
 
 // `a op (b op1 c op2 d)` with one precedence becomes `((a op b) op1 c) op2 d`:
 // the chain under `chainTop` is taken apart and rebuilt on top of this node.
-void BinOp::RotateInto(ExprPtr chainTop) {
+BinOp* BinOp::RotateInto(ExprPtr chainTop) {
     int32_t precedence = Precedence(op);
     std::vector<BinOp*> chain;  // lowest first
     for (BinOp* node = static_cast<BinOp*>(chainTop.get()); node;
@@ -139,7 +170,7 @@ void BinOp::RotateInto(ExprPtr chainTop) {
         previous = chain[i];
     }
     top->parent = nullptr;
-    topOfLastChain = top;
+    return top;
 }
 
 Object* BinOp::Evaluate(Environment& environment) const {
@@ -163,16 +194,14 @@ Object* BinOp::Combine(Environment& environment, Object* leftValue) const {
     PtrWrapper leftHolder(leftValue);
     if (binaryOperators[op].isLogical) {
         PtrWrapper working(Resolve(leftValue));
-        if (Object* replacement = std::invoke(operatorCalls[op].logical, *working, *right))
+        const RightOperand rightOperand(*right, environment);
+        if (Object* replacement = std::invoke(operatorCalls[op].logical, *working, rightOperand))
             working.Reset(replacement);
         return working.Detach();
     }
     PtrWrapper rightValue(right->Evaluate(environment));
     if (!rightValue) RaiseOperandMissing(u"right ", op);
-    if (rightValue->GetType().IsIndirect()) rightValue.Reset(WidenFor(op, *rightValue, *leftValue));
-    PtrWrapper working(ChooseWorkingValue(environment, op, *leftValue, *rightValue));
-    std::invoke(operatorCalls[op].apply, *working, *rightValue);
-    return working.Detach();
+    return ApplyToValues(environment, op, *leftValue, *rightValue);
 }
 
 void BinOp::Dump(WString& out, int options) const {
@@ -261,13 +290,13 @@ Range::Range(ExprPtr from, ExprPtr to) : from(std::move(from)), to(std::move(to)
 }
 
 Object* Range::Evaluate(Environment& environment) const {
-    TickQuota();
     PtrWrapper list(CurrentFactory()->CreateNumberVector(&environment));
     AppendTo(environment, static_cast<NumberVectorObject&>(*list));
     return list.Detach();
 }
 
 void Range::AppendTo(Environment& environment, NumberVectorObject& target) const {
+    TickQuota();
     PtrWrapper fromValue(from->Evaluate(environment));
     PtrWrapper toValue(to->Evaluate(environment));
     int32_t first = 0, last = 0;

@@ -3,17 +3,23 @@
 
 #include <cstdint>
 
-#include "values/OperatorTable.h"
 #include "tree/SymNode.h"
+#include "values/OperatorTable.h"
 
 namespace CalcEngine {
 
 class BinOp : public Expr {
 public:
-    // A right operand that is a BinOp of the same precedence is rotated into
-    // a left-leaning chain, so that every level is left-associative; the
-    // top of the resulting chain is left in TopOfLastChain().
-    BinOp(int32_t op, ExprPtr left, ExprPtr right);
+    // Builds `left op right`. A right operand that is a BinOp of the same
+    // precedence is rotated into a left-leaning chain, so that every level is
+    // left-associative; answers the top of the resulting chain.
+    static ExprPtr Create(int32_t op, ExprPtr left, ExprPtr right);
+    // `left op right` over two finished values, as an operator node computes
+    // it once both operands are there; charges one quota unit. A logical
+    // operator, which needs its right side unevaluated, is refused. One
+    // reference for the caller.
+    static Object* Apply(int32_t op, Environment& environment, Object& left, Object& right);
+
     ~BinOp() override;
 
     Object* Evaluate(Environment& environment) const override;
@@ -21,15 +27,15 @@ public:
     void Accept(SymNodeVisitor& visitor) override;
     void AcceptConst(SymNodeVisitor& visitor) override;
 
-    // The node that a construction left on top of its chain.
-    static BinOp* TopOfLastChain();
-
     int32_t Op() const { return op; }
 
 private:
+    BinOp(int32_t op, ExprPtr left);
     void SetLeft(ExprPtr node);
     void SetRight(ExprPtr node);
-    void RotateInto(ExprPtr chainTop);
+    // Takes the chain under `chainTop` apart and rebuilds it on top of this
+    // node; answers the new top.
+    BinOp* RotateInto(ExprPtr chainTop);
     template <class VisitNode, class AcceptOperand>
     void WalkChain(VisitNode visitNode, AcceptOperand acceptOperand);
     BinOp* LeftBinOp() const { return leftIsBinOp ? static_cast<BinOp*>(left.get()) : nullptr; }
@@ -65,6 +71,7 @@ public:
 
     Range(ExprPtr from, ExprPtr to);
     Object* Evaluate(Environment& environment) const override;
+    // Evaluates the range straight into `target`, without a list of its own.
     void AppendTo(Environment& environment, NumberVectorObject& target) const override;
     void Dump(WString& out, int options) const override;
     void Accept(SymNodeVisitor& visitor) override;

@@ -1,18 +1,23 @@
 #include "tree/References.h"
 
-#include "context/HostBridge.h"
+#include "values/ICalcContext.h"
 
 namespace CalcEngine {
 
-VarRef::VarRef(std::unique_ptr<ObjectIdentifier> identifier,
+// The name is bound now, once: evaluation only asks the bound object.
+VarRef::VarRef(Environment& environment, std::unique_ptr<ObjectIdentifier> identifier,
                std::unique_ptr<ExpressionList> arguments)
-    : identifier(std::move(identifier)), arguments(std::move(arguments)) {
+    : arguments(std::move(arguments)),
+      reference(CurrentContext()->CreateObjectReference(environment, identifier->GetName())),
+      identifier(std::move(identifier)) {
     if (this->arguments) this->arguments->parent = this;
 }
 
+VarRef::~VarRef() { Release(reference); }
+
 Object* VarRef::Evaluate(Environment& environment) const {
     TickQuota();
-    return GetSymbolValue(environment, identifier->GetName(), arguments.get());
+    return reference->GetValue(environment, arguments.get());
 }
 
 void VarRef::Dump(WString& out, int options) const {
@@ -23,7 +28,6 @@ void VarRef::Dump(WString& out, int options) const {
     out += u")";
 }
 
-// Parameters are visited before the reference itself.
 void VarRef::Accept(SymNodeVisitor& visitor) {
     if (arguments) arguments->Accept(visitor);
     visitor.Visit(*this);
@@ -32,6 +36,22 @@ void VarRef::Accept(SymNodeVisitor& visitor) {
 void VarRef::AcceptConst(SymNodeVisitor& visitor) {
     if (arguments) arguments->AcceptConst(visitor);
     visitor.VisitConst(*this);
+}
+
+void VarRef::ReportCreated(Environment& environment) const {
+    const bool empty = !arguments || arguments->Size() == 0;
+    const ExpressionList* constArguments = nullptr;
+    if (!empty) {
+        ConstCheckVisitor check;
+        arguments->AcceptConst(check);
+        if (check.isConst) constArguments = arguments.get();
+    }
+    reference->ReportCreated(environment, constArguments, identifier->Position(), empty);
+}
+
+void ExternalCallbackVisitor::Visit(SymNode& node) {
+    if (const auto* reference = dynamic_cast<const VarRef*>(&node))
+        reference->ReportCreated(environment);
 }
 
 }  // namespace CalcEngine

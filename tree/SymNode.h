@@ -22,8 +22,10 @@ public:
     virtual void VisitConst(SymNode& node) = 0;
 };
 
-class SymNode : public LazyOperand {
+class SymNode : public StreamDumpable {
 public:
+    // One reference for the caller; may be null.
+    virtual Object* Evaluate(Environment& environment) const = 0;
     // Evaluates and inserts the value at the end of the list `target`.
     virtual void AppendTo(Environment& environment, NumberVectorObject& target) const;
     virtual bool IsAssignTarget(const SymNode* node) const {
@@ -45,6 +47,19 @@ public:
 
 // A child is owned by exactly one parent.
 using ExprPtr = std::unique_ptr<Expr>;
+
+// Whether every node it visits is constant.
+class ConstCheckVisitor : public SymNodeVisitor {
+public:
+    void Visit(SymNode& node) override { Check(node); }
+    void VisitUp(SymNode& node) override { Check(node); }
+    void VisitConst(SymNode& node) override { Check(node); }
+
+    bool isConst = true;
+
+private:
+    void Check(const SymNode& node) { isConst = isConst && node.IsConst(); }
+};
 
 // Charges one quota unit to the current context; every evaluating node calls
 // it first, before any child runs.

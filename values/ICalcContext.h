@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "values/Exception.h"
 #include "values/Text.h"
@@ -13,8 +14,26 @@ namespace CalcEngine {
 
 class Environment;
 class ExpressionList;
+class ICalcFunctionReference;
+class ICalcObjectReference;
 class Object;
 class ObjectFactory;
+
+// How nulls are treated in the current call; the null-handling builtins set
+// and restore it.
+struct NullMode {
+    // nullListMode, the ignore-null level: above 0, lists are built without
+    // null numbers and the host is told to ignore nulls.
+    int32_t listMode = 0;
+    // nullModeSet: a null-handling statement is in force, and calls marked
+    // to ignore nulls leave the level alone.
+    bool modeSet = false;
+    // nullSubstitute: what a null from the host becomes where accepted.
+    double substitute = 0.0;
+    // nullAccepted: a null may become `substitute` instead of raising
+    // NullValueException.
+    bool accepted = false;
+};
 
 class ICalcContext {
 public:
@@ -22,6 +41,15 @@ public:
 
     // Told when an evaluation starts; nothing to do in the calculation context.
     virtual void NoOperation() = 0;
+    // The object that the name `symbol` stands for in `environment`, bound
+    // while the tree is built: a reference to the host's symbol. One
+    // reference for the caller.
+    virtual ICalcObjectReference* CreateObjectReference(Environment& environment,
+                                                        const WString& symbol) = 0;
+    // The function `name` bound to a call with `arguments`, whose count it has
+    // checked. An unknown name or a wrong count raises SemanticError.
+    virtual std::unique_ptr<ICalcFunctionReference> CreateFunctionReference(
+        const ExpressionList& arguments, const WString& name) = 0;
     // Appends "NULL" for null, else the number with up to `precision` decimals.
     virtual void FormatNumber(double value, WString& out, int precision) = 0;
     // "NULL" gives the null value or raises NullValueException; other text
@@ -34,25 +62,44 @@ public:
     // Separator of a number list's text form.
     virtual char16_t GetSeparator4() = 0;
     virtual char16_t GetSeparator5() = 0;
-    // Whether `name` is a known function (case-insensitive).
+    // Whether `name` is a known function (case-insensitive, a trailing '_'
+    // ignored).
     virtual bool FindFunction(const WString& name) = 0;
     virtual void AddWarning(const WString& text, int32_t level) = 0;
     virtual void AddError(const WString& text, const Error::Category& category, int32_t level) = 0;
+    // The error's category and its composed message, ended by the line feed.
     virtual void AddError(const Error& error, int32_t level) = 0;
     // Appends the outcome line and every message, each ended by the line feed.
     virtual void GetSummary(WString& out, const char16_t* title) = 0;
     virtual void* GetClientData() = 0;
-    virtual double GetNullValue() = 0;
-    // Whether a null may be replaced by the null value instead of raising
-    // NullValueException.
-    virtual bool NullAccepted() = 0;
     // Charges one unit of the quota; raises CalculationQuotaExceededException
     // past the limit.
     virtual void TickQuota() = 0;
     virtual ObjectFactory* GetObjectFactory() = 0;
     virtual CalcClient* GetClient() = 0;
-    // The client's line-feed text, which ends composed messages.
+    // The client's line-feed text: the separator and the ending of composed
+    // messages.
     virtual const WString& GetLineFeed() = 0;
+    // The host's log, where formulas write their own entries.
+    virtual void WriteLogEntry(const WString& text, int32_t priority) = 0;
+    virtual NullMode& GetNullMode() = 0;
+    // How deep Evaluate builtins are nested in this call.
+    virtual int32_t& EvaluateNesting() = 0;
+
+    // Local variables: a stack of scopes, innermost last.
+    virtual void PushScope() = 0;
+    // Drops the innermost scope and its variables.
+    virtual void PopScope() = 0;
+    // The variable `name` of the innermost scope that has one, or null; no
+    // reference is added.
+    virtual Object* FindVariable(const WString& name) = 0;
+    // Assigns `value` (null leaves it undefined) to the variable `name` of
+    // the innermost scope, creating the variable in `environment` first where
+    // needed.
+    virtual void AssignVariable(Environment& environment, const WString& name, Object* value) = 0;
+
+    double GetNullValue() { return GetNullMode().substitute; }
+    bool NullAccepted() { return GetNullMode().accepted; }
 };
 
 extern thread_local ICalcContext* currentContext __attribute__((tls_model("initial-exec")));
@@ -74,6 +121,20 @@ public:
 
 private:
     ICalcContext* saved;
+};
+
+// Adds one to the context's Evaluate nesting for its lifetime.
+class EvaluateNestingScope {
+public:
+    explicit EvaluateNestingScope(ICalcContext& context) : depth(context.EvaluateNesting()) {
+        ++depth;
+    }
+    ~EvaluateNestingScope() { --depth; }
+    EvaluateNestingScope(const EvaluateNestingScope&) = delete;
+    EvaluateNestingScope& operator=(const EvaluateNestingScope&) = delete;
+
+private:
+    int32_t& depth;
 };
 
 }  // namespace CalcEngine

@@ -1,8 +1,12 @@
 // Functors over the elements of number lists, the building blocks of list
 // operators and list functions: readers fold a list into one number and are
-// run with std::for_each; modifiers rewrite each element in place.
+// run with std::for_each; modifiers rewrite each element in place; operator
+// functors change an element by a right value.
 #pragma once
 
+#include <cmath>
+
+#include "values/DivisionFault.h"
 #include "values/Object.h"
 
 namespace CalcUtilities {
@@ -34,6 +38,68 @@ struct BinScalarLOrFunc {
 struct BinScalarLXOrFunc {
     double scalar;
     void operator()(double& x) const { x = ((x != 0.0) != (scalar != 0.0)) ? 1.0 : 0.0; }
+};
+
+// Operator functors: change element a by the right value b. A null reads as
+// not 0.0 in every test below.
+struct NVOperatorPlusFunc {
+    void operator()(double& a, double b) const { a += b; }
+};
+struct NVOperatorMinusFunc {
+    void operator()(double& a, double b) const { a -= b; }
+};
+struct NVOperatorMulFunc {
+    void operator()(double& a, double b) const { a *= b; }
+};
+struct NVOperatorDivFunc {
+    void operator()(double& a, double b) const { a = b == 0.0 ? CalcEngine::NullNumber() : a / b; }
+};
+struct NVOperatorIntDivFunc {
+    void operator()(double& a, double b) const {
+        a = b == 0.0 ? CalcEngine::NullNumber() : CalcEngine::NumberToInt32(a / b);
+    }
+};
+// A divisor that truncates to 0 (0.5, null) faults like the processor's
+// integer division.
+struct NVOperatorModFunc {
+    void operator()(double& a, double b) const {
+        a = b == 0.0 ? CalcEngine::NullNumber()
+                     : CalcEngine::FaultingRemainder(CalcEngine::NumberToInt32(a),
+                                                     CalcEngine::NumberToInt32(b));
+    }
+};
+// Unlike the scalars, 0 to the 0 is null in a list.
+struct NVOperatorPowFunc {
+    void operator()(double& a, double b) const {
+        a = a == 0.0 && b == 0.0 ? CalcEngine::NullNumber() : std::pow(a, b);
+    }
+};
+struct NVOperatorLandFunc {
+    void operator()(double& a, double b) const { a = a != 0.0 && b != 0.0 ? 1.0 : 0.0; }
+};
+struct NVOperatorLorFunc {
+    void operator()(double& a, double b) const { a = a != 0.0 || b != 0.0 ? 1.0 : 0.0; }
+};
+struct NVOperatorLxorFunc {
+    void operator()(double& a, double b) const { a = (a != 0.0) != (b != 0.0) ? 1.0 : 0.0; }
+};
+struct NVOperatorEqualFunc {
+    void operator()(double& a, double b) const { a = a == b ? 1.0 : 0.0; }
+};
+struct NVOperatorNotEqualFunc {
+    void operator()(double& a, double b) const { a = a != b ? 1.0 : 0.0; }
+};
+struct NVOperatorLtFunc {
+    void operator()(double& a, double b) const { a = a < b ? 1.0 : 0.0; }
+};
+struct NVOperatorGtFunc {
+    void operator()(double& a, double b) const { a = a > b ? 1.0 : 0.0; }
+};
+struct NVOperatorLeFunc {
+    void operator()(double& a, double b) const { a = a <= b ? 1.0 : 0.0; }
+};
+struct NVOperatorGeFunc {
+    void operator()(double& a, double b) const { a = a >= b ? 1.0 : 0.0; }
 };
 
 }  // namespace CalcUtilities

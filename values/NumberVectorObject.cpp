@@ -5,82 +5,10 @@
 #include <cstring>
 
 #include "values/ICalcContext.h"
-#include "values/DivisionFault.h"
+#include "values/ListFunctors.h"
 #include "values/NumberText.h"
 #include "values/ObjectFactory.h"
 #include "values/ScalarObjects.h"
-
-namespace CalcUtilities {
-
-namespace {
-
-using CalcEngine::NullNumber;
-using CalcEngine::NumberToInt32;
-
-// Operator functors: change element a by the right value b. A null reads as
-// not 0.0 in every test below.
-struct NVOperatorPlusFunc {
-    void operator()(double& a, double b) const { a += b; }
-};
-struct NVOperatorMinusFunc {
-    void operator()(double& a, double b) const { a -= b; }
-};
-struct NVOperatorMulFunc {
-    void operator()(double& a, double b) const { a *= b; }
-};
-struct NVOperatorDivFunc {
-    void operator()(double& a, double b) const { a = b == 0.0 ? NullNumber() : a / b; }
-};
-struct NVOperatorIntDivFunc {
-    void operator()(double& a, double b) const {
-        a = b == 0.0 ? NullNumber() : NumberToInt32(a / b);
-    }
-};
-// A divisor that truncates to 0 (0.5, null) faults like the processor's
-// integer division.
-struct NVOperatorModFunc {
-    void operator()(double& a, double b) const {
-        a = b == 0.0 ? NullNumber()
-                     : CalcEngine::FaultingRemainder(NumberToInt32(a), NumberToInt32(b));
-    }
-};
-// Unlike the scalars, 0 to the 0 is null in a list.
-struct NVOperatorPowFunc {
-    void operator()(double& a, double b) const {
-        a = a == 0.0 && b == 0.0 ? NullNumber() : std::pow(a, b);
-    }
-};
-struct NVOperatorLandFunc {
-    void operator()(double& a, double b) const { a = a != 0.0 && b != 0.0 ? 1.0 : 0.0; }
-};
-struct NVOperatorLorFunc {
-    void operator()(double& a, double b) const { a = a != 0.0 || b != 0.0 ? 1.0 : 0.0; }
-};
-struct NVOperatorLxorFunc {
-    void operator()(double& a, double b) const { a = (a != 0.0) != (b != 0.0) ? 1.0 : 0.0; }
-};
-struct NVOperatorEqualFunc {
-    void operator()(double& a, double b) const { a = a == b ? 1.0 : 0.0; }
-};
-struct NVOperatorNotEqualFunc {
-    void operator()(double& a, double b) const { a = a != b ? 1.0 : 0.0; }
-};
-struct NVOperatorLtFunc {
-    void operator()(double& a, double b) const { a = a < b ? 1.0 : 0.0; }
-};
-struct NVOperatorGtFunc {
-    void operator()(double& a, double b) const { a = a > b ? 1.0 : 0.0; }
-};
-struct NVOperatorLeFunc {
-    void operator()(double& a, double b) const { a = a <= b ? 1.0 : 0.0; }
-};
-struct NVOperatorGeFunc {
-    void operator()(double& a, double b) const { a = a >= b ? 1.0 : 0.0; }
-};
-
-}  // namespace
-
-}  // namespace CalcUtilities
 
 namespace CalcEngine {
 
@@ -143,7 +71,7 @@ void Combine(DoubleVector& list, const Object& right, Func op) {
 // counts as null.
 template <class Func>
 void CombineWithOperand(NumberVectorObject& list, const LazyOperand& right, Func op) {
-    PtrWrapper value(right.Evaluate(*list.environment));
+    PtrWrapper value(right.Evaluate());
     if (value) {
         Combine(list, *value, op);
     } else {

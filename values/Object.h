@@ -23,11 +23,14 @@ public:
 
 // What a logical operator receives as its right side: a value not computed
 // yet, which the operator computes only when the left side does not decide
-// (the short circuit). The formula tree's nodes are these.
-class LazyOperand : public StreamDumpable {
+// (the short circuit). The formula tree provides it.
+class LazyOperand {
 public:
     // One reference for the caller; may be null.
-    virtual Object* Evaluate(Environment& environment) const = 0;
+    virtual Object* Evaluate() const = 0;
+
+protected:
+    ~LazyOperand() = default;
 };
 
 // One instance per value class; drives promotion by rank.
@@ -124,7 +127,12 @@ public:
     virtual Object* WidenForLogic(Object& other) { return Widen(other); }
     virtual Object* WidenForCompare(Object& other) { return Widen(other); }
 
+    // The value this object stands for: itself, or for a proxy a fresh
+    // object whose count is stored as 0 (Resolve counts it up).
     virtual Object* Dereference() { return this; }
+    // A proxy (a variable, a mask) stands for another object, its target.
+    virtual bool IsProxy() const { return false; }
+    virtual Object* Target() const { return nullptr; }
     virtual Object* Sum() const;
     virtual Object* Clone() const = 0;
     virtual bool IsSingleValue() const { return false; }
@@ -133,6 +141,8 @@ public:
     const Type& GetType() const { return *objectType.type; }
 
     ObjectType objectType;
+    // The scope the value was made in, handed on to the values made from it.
+    // A mark only, never followed: a value may outlive its formula.
     Environment* environment = nullptr;
     std::atomic<int32_t> refCount{1};
 

@@ -4,16 +4,17 @@
 #include "values/NumberVectorObject.h"
 #include "values/ScalarObjects.h"
 #include "values/StringObject.h"
+#include "values/VariableObject.h"
 
 namespace CalcEngine {
 
 ObjectFactory::ObjectFactory() {
     // Pushing into a pool must never allocate on the operator path.
-    for (Pool* pool : Pools()) pool->reserve(PoolLimit);
+    for (Pool* pool : PoolsOf(*this)) pool->reserve(PoolLimit);
 }
 
 ObjectFactory::~ObjectFactory() {
-    for (Pool* pool : Pools()) {
+    for (Pool* pool : PoolsOf(*this)) {
         for (Object* object : *pool) delete object;
     }
 }
@@ -81,9 +82,20 @@ Object* ObjectFactory::CreateEmpty(Environment* environment) {
     return Take<EmptyObject>(emptyPool, environment);
 }
 
+Object* ObjectFactory::CreateVariable(Environment* environment, Object* value) {
+    if (value && value->GetType().IsA(VariableObject::Type::Instance())) {
+        AddRef(value);
+        return value;
+    }
+    VariableObject* variable = Take<VariableObject>(variablePool, environment);
+    if (value) variable->Assign(*value, true);
+    return variable;
+}
+
 size_t ObjectFactory::PooledCount() const {
-    return emptyPool.size() + floatPool.size() + intPool.size() + stringPool.size() +
-           numberVectorPool.size();
+    size_t count = 0;
+    for (const Pool* pool : PoolsOf(*this)) count += pool->size();
+    return count;
 }
 
 ObjectFactory* CurrentFactory() {

@@ -30,7 +30,11 @@ public:
     Object* CreateNumberVector(Environment* environment);
     Object* CreateString(Environment* environment, const WString& text = WString());
     Object* CreateEmpty(Environment* environment);
+    // A variable holding `value` (a reference of its own; null leaves it
+    // undefined); a `value` that is a variable already is that variable.
+    Object* CreateVariable(Environment* environment, Object* value);
 
+    void RecycleVariable(Object* object) { Recycle(variablePool, object); }
     void RecycleNumberVector(Object* object) { Recycle(numberVectorPool, object); }
     void RecycleString(Object* object) { Recycle(stringPool, object); }
     void RecycleFloat(Object* object) { Recycle(floatPool, object); }
@@ -47,11 +51,14 @@ private:
     template <class T>
     static T* Take(Pool& pool, Environment* environment);
     static void Recycle(Pool& pool, Object* object);
-    std::array<Pool*, 5> Pools() {
-        return {&emptyPool, &floatPool, &intPool, &stringPool, &numberVectorPool};
+    // Every pool of `self`, const or not.
+    template <class Self>
+    static auto PoolsOf(Self& self) {
+        return std::array{&self.emptyPool,  &self.floatPool,        &self.intPool,
+                          &self.stringPool, &self.numberVectorPool, &self.variablePool};
     }
 
-    Pool emptyPool, floatPool, intPool, stringPool, numberVectorPool;
+    Pool emptyPool, floatPool, intPool, stringPool, numberVectorPool, variablePool;
 };
 
 // The factory of the thread's current context, or the default factory.

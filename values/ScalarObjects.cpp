@@ -125,7 +125,7 @@ Object* ValueObject::OperatorLxor(const LazyOperand& right) { return Combine(rig
 // accumulator; a list result becomes the new accumulator.
 Object* ValueObject::Combine(const LazyOperand& right, Logic logic) {
     bool left = IsTrue();
-    PtrWrapper value(right.Evaluate(*environment));
+    PtrWrapper value(right.Evaluate());
     if (!value || value->IsScalar()) {
         bool other = !value || NumberOf(*value) != 0.0;
         SetNumber(Flag(logic == Logic::Xor ? left != other : other));

@@ -1,6 +1,8 @@
 #include "values/Text.h"
 
+#include <unicode/uchar.h>
 #include <unicode/ustring.h>
+#include <unicode/utf16.h>
 
 namespace CalcEngine {
 
@@ -38,5 +40,29 @@ WString Widen(std::string_view ascii) {
 }
 
 WString ToDecimal(long long value) { return Widen(std::to_string(value)); }
+
+WString Ordinal(size_t n) {
+    static const char16_t* const first[] = {u"1st", u"2nd", u"3rd"};
+    return n >= 1 && n <= 3 ? WString(first[n - 1]) : ToDecimal(static_cast<long long>(n)) + u"th";
+}
+
+WString ToLowerCase(const WString& text) {
+    WString out;
+    out.reserve(text.size());
+    const int32_t length = static_cast<int32_t>(text.size());
+    for (int32_t i = 0; i < length;) {
+        UChar32 c;
+        U16_NEXT(text.data(), i, length, c);
+        // A lone surrogate comes back as itself: u_tolower leaves it alone.
+        c = u_tolower(c);
+        if (U_IS_BMP(c)) {
+            out += static_cast<char16_t>(c);
+        } else {
+            out += static_cast<char16_t>(U16_LEAD(c));
+            out += static_cast<char16_t>(U16_TRAIL(c));
+        }
+    }
+    return out;
+}
 
 }  // namespace CalcEngine

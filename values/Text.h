@@ -17,5 +17,11 @@ WString FromUtf8(std::string_view text);
 WString Widen(std::string_view ascii);
 // The decimal form of an integer.
 WString ToDecimal(long long value);
+// "1st", "2nd", "3rd", and for any other n the number followed by "th"
+// (so also "21th"): the place of a parameter in messages.
+WString Ordinal(size_t n);
+// Simple lower-case mapping per code point: a surrogate pair maps as one
+// character, a lone surrogate stays, and the text keeps its length.
+WString ToLowerCase(const WString& text);
 
 }  // namespace CalcEngine

@@ -131,7 +131,7 @@ TEST(Cache, SameTextSharesOneFormulaUntilTheFirstFree) {
     void* third = nullptr;
     int32_t flags = -1;
     ASSERT_EQ(host.Prepare("x + 1", &first, &flags).code, 0);
-    EXPECT_EQ(flags, ORDODLL_PREPARED_FORMULA_FLAG_CONST_REFERENCES);
+    EXPECT_EQ(flags, ORDODLL_PREPARED_FORMULA_FLAG_CONST);  // constant but for its reference
     ASSERT_EQ(host.Prepare("x + 1", &second).code, 0);
     EXPECT_EQ(first, second);
     // Another key: case and blanks count.

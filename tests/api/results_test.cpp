@@ -157,12 +157,12 @@ TEST(Results, HostSymbols) {
     EXPECT_EQ(host.Calc("Price").text,
               "Calculation failed\r\nRuntime error:\r\n"
               "Error: Illegal parameter error occurred while evaluating value for external symbol: "
-              "Price\r\n");
+              "Price\r\n\r\n");
     host.symbolFailure = 5;
     EXPECT_EQ(
         host.Calc("price").text,
         "Calculation failed\r\nRuntime error:\r\n"
-        "Error: Unknown error occurred while evaluating value for external symbol: price\r\n");
+        "Error: Unknown error occurred while evaluating value for external symbol: price\r\n\r\n");
 }
 
 using Arguments = std::vector<std::pair<int32_t, std::string>>;

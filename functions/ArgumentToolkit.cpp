@@ -1,0 +1,98 @@
+#include "functions/ArgumentToolkit.h"
+
+#include "values/ICalcContext.h"
+
+namespace CalcEngine {
+
+namespace {
+
+// The report of an error met while evaluating a parameter.
+WString ParameterErrorReport(ICalcContext& context, const Error& error,
+                             const char16_t* functionName, int index) {
+    const WString& lineFeed = context.GetLineFeed();
+    WString report;
+    if (!functionName) {
+        error.FormatMessage(report, lineFeed.c_str());
+        return report + lineFeed;
+    }
+    report = error.GetMessage() + lineFeed + u"Error occurred while evaluating ";
+    if (index != -1) report += ToDecimal(index) + u". ";
+    return report + u"parameter for function " + functionName + u".";
+}
+
+}  // namespace
+
+Object* EvaluateArgument(Environment& environment, const FunctionArgument& argument,
+                         bool& failedFlag, const char16_t* functionName, int index) {
+    failedFlag = true;
+    try {
+        Object* value = argument.node->Evaluate(environment);
+        failedFlag = false;
+        return value;
+    } catch (const Error& e) {
+        ICalcContext& context = *CurrentContext();
+        context.AddError(ParameterErrorReport(context, e, functionName, index),
+                         Error::GetBaseCategory(), 1);
+        return nullptr;
+    }
+}
+
+Object* ReevaluateArgument(Environment& environment, FunctionArgument& argument,
+                           const char16_t* functionName, int index) {
+    argument.value.Reset(nullptr);
+    argument.value.Reset(
+        EvaluateArgument(environment, argument, argument.failed, functionName, index));
+    return argument.value.Get();
+}
+
+void RequireArgument(const FunctionArgument& argument, size_t index) {
+    if (!argument.value) RaiseRuntimeError(u"couldn't evaluate " + Ordinal(index + 1) + u" parameter");
+}
+
+Object& RequireEvaluatedArgument(Environment& environment, FunctionArgument& argument,
+                                 size_t index) {
+    ReevaluateArgument(environment, argument, nullptr, static_cast<int>(index));
+    RequireArgument(argument, index);
+    return *argument.value;
+}
+
+void FlattenNumbers(const ArgumentList& arguments, DoubleVector& target, bool honourNullMode) {
+    const bool skipNulls = honourNullMode && CurrentContext()->GetNullMode().listMode > 0;
+    DoubleVector numbers;
+    for (size_t i = 0; i < arguments.size(); ++i) {
+        RequireArgument(arguments[i], i);
+        numbers.values.clear();
+        arguments[i].value->AppendToNumbers(numbers, skipNulls);
+        target.values.insert(target.values.end(), numbers.values.begin(), numbers.values.end());
+    }
+}
+
+void WrapParameterError(const Error& error, const char16_t* functionName, int index) {
+    if (dynamic_cast<const MathError*>(&error)) error.Rethrow();
+    WString message = error.GetMessage() + CurrentContext()->GetLineFeed() +
+                      u"Error occurred while evaluating";
+    if (index != -1) message += u" " + Ordinal(static_cast<size_t>(index) + 1);
+    RaiseRuntimeError(message + u" parameter for function " + functionName + u".");
+}
+
+size_t CsvPosition(std::u16string_view item, std::u16string_view list) {
+    if (item.empty() || item.size() > list.size()) return 0;
+    size_t position = 1;
+    for (size_t start = 0;; ++position) {
+        std::u16string_view field;
+        size_t end;
+        if (start < list.size() && list[start] == u'"') {
+            const size_t close = list.find(u'"', start + 1);
+            field = list.substr(start + 1, close == list.npos ? list.npos : close - start - 1);
+            end = close == list.npos ? list.npos : list.find(u',', close);
+        } else {
+            end = list.find(u',', start);
+            field = list.substr(start, end == list.npos ? list.npos : end - start);
+        }
+        if (field == item) return position;
+        if (end == list.npos) return 0;
+        start = end + 1;
+    }
+}
+
+}  // namespace CalcEngine

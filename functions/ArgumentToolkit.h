@@ -1,0 +1,82 @@
+// What every builtin handler reads its parameters with. Indexes are
+// zero-based; messages name the place one-based ("1st parameter").
+#pragma once
+
+#include <string_view>
+
+#include "tree/Arguments.h"
+#include "values/Exception.h"
+#include "values/NumberVectorObject.h"
+
+namespace CalcEngine {
+
+// Evaluates the argument's node. `failedFlag` is set during the evaluation
+// and stays set when it failed. An Error is reported to the context and not
+// passed on: the answer is then null, so that a lazy handler tells a failure
+// (flag set) from a legitimately missing value (flag clear). With a
+// `functionName`, the report names the place `index` (left out for -1) and
+// the function. One reference for the caller.
+Object* EvaluateArgument(Environment& environment, const FunctionArgument& argument,
+                         bool& failedFlag, const char16_t* functionName, int index);
+// Evaluates the argument anew into its own record, dropping the value it
+// held; answers the value, which the record keeps.
+Object* ReevaluateArgument(Environment& environment, FunctionArgument& argument,
+                           const char16_t* functionName, int index);
+// Raises "couldn't evaluate <place> parameter" when the argument has no value.
+void RequireArgument(const FunctionArgument& argument, size_t index);
+// The same after evaluating the argument anew: for lazy handlers.
+Object& RequireEvaluatedArgument(Environment& environment, FunctionArgument& argument,
+                                 size_t index);
+
+// Appends the numbers of every argument, in order, to `target`; each must
+// have a value. With `honourNullMode`, nulls are left out while the context
+// ignores nulls.
+void FlattenNumbers(const ArgumentList& arguments, DoubleVector& target, bool honourNullMode);
+
+// Raises the error caught while a lazy handler evaluated a parameter again,
+// naming the parameter's place (none for -1) and the function; a MathError
+// goes on unchanged.
+[[noreturn]] void WrapParameterError(const Error& error, const char16_t* functionName, int index);
+
+// The 1-based place of `item` in the comma-separated `list`, 0 when it is
+// not there, when `item` is empty or longer than `list`. A field may stand
+// in double quotes, which are not part of it; the comparison is exact.
+size_t CsvPosition(std::u16string_view item, std::u16string_view list);
+
+// Runs `functor` (double to double) over the numbers of `object` in place: a
+// number list element by element, a scalar as one number, any other value
+// through its number list.
+template <class Functor>
+void ApplyToObject(Object& object, Functor functor) {
+    if (object.GetType().IsA(NumberVectorObject::Type::Instance())) {
+        for (double& x : static_cast<NumberVectorObject&>(object).values) x = functor(x);
+    } else if (object.IsScalar()) {
+        double x;
+        object.GetNumber(x);
+        object.SetNumber(functor(x));
+    } else {
+        DoubleVector numbers;
+        object.AppendToNumbers(numbers, false);
+        for (double& x : numbers.values) x = functor(x);
+        object.SetFromNumbers(numbers);
+    }
+}
+
+// ApplyToObject on the first argument: a number list is changed in place,
+// any other value in a copy, so a scalar stays a scalar and a list a list.
+// One reference for the caller.
+template <class Functor>
+Object* ApplyToParameter(ArgumentList& arguments, Functor functor) {
+    RequireArgument(arguments[0], 0);
+    Object& value = *arguments[0].value;
+    if (value.GetType().IsA(NumberVectorObject::Type::Instance())) {
+        ApplyToObject(value, functor);
+        AddRef(&value);
+        return &value;
+    }
+    PtrWrapper copy(value.Clone());
+    ApplyToObject(*copy, functor);
+    return copy.Detach();
+}
+
+}  // namespace CalcEngine

@@ -1,0 +1,37 @@
+// The functions a client knows, found by name. Built with the library's
+// builtins; a function added later under a name takes that name over.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "functions/Function.h"
+
+namespace CalcEngine {
+
+class FunctionRegistry {
+public:
+    FunctionRegistry();
+
+    // Takes `function` over and files it under its name and its alias,
+    // lower-cased; an earlier function under either name loses that name.
+    void Add(std::unique_ptr<ICalcFunction> function);
+    // The function called `name` in any case, or null. One trailing '_' is
+    // not part of the name: it marks the call to ignore nulls, and
+    // `trailingMark` tells whether it was there.
+    const ICalcFunction* Find(const WString& name, bool& trailingMark) const;
+
+    // All functions, in the order they were added.
+    const std::vector<std::unique_ptr<ICalcFunction>>& Functions() const { return functions; }
+
+private:
+    std::vector<std::unique_ptr<ICalcFunction>> functions;
+    std::map<WString, const ICalcFunction*> byName;
+};
+
+// The registration tables of the builtin families.
+extern const std::span<const BuiltinEntry> controlFunctions;
+
+}  // namespace CalcEngine
