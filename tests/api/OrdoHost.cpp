@@ -1,6 +1,6 @@
 #include "OrdoHost.h"
 
-#include <mutex>
+#include <cstdio>
 
 namespace ordotest {
 
@@ -13,11 +13,12 @@ int32_t WriteLog(const char16_t* text, int32_t priority) {
     return ORDODLL_RESULT_OK;
 }
 
-int32_t GetSymbol(const char16_t* symbol, DTCalcFunctionParameterValue* arguments, int32_t,
+int32_t GetSymbol(const char16_t* symbol, DTCalcFunctionParameterValue* arguments, int32_t flags,
                   DTCalcResult* result, void* data) {
     Host& host = *static_cast<Host*>(data);
     std::string name = Narrow(symbol);
     host.symbolRequests.push_back(name);
+    host.lastSymbolFlags = flags;
     host.lastArguments.clear();
     for (; arguments; arguments = arguments->xdtNext)
         host.lastArguments.emplace_back(arguments->iType, Narrow(arguments->xcLabel));
@@ -39,6 +40,32 @@ int32_t GetSymbol(const char16_t* symbol, DTCalcFunctionParameterValue* argument
         result->iType = ORDODLL_FUNCTION_RESULT_TYPE_STRING;
     }
     return ORDODLL_RESULT_OK;
+}
+
+std::string ParameterText(const DTCalcFunctionParameterValue& parameter) {
+    if (parameter.iType == ORDODLL_FUNCTION_PARAMETER_TYPE_NUMBER) {
+        double value;
+        std::memcpy(&value, parameter.xValue, sizeof value);
+        char text[32];
+        std::snprintf(text, sizeof text, "%g", value);
+        return text;
+    }
+    if (parameter.iType == ORDODLL_FUNCTION_PARAMETER_TYPE_STRING)
+        return Narrow(static_cast<const char16_t*>(parameter.xValue));
+    return "";
+}
+
+int32_t OnReference(DTExternalObjectReferenceData* data, void* vxData) {
+    Host& host = *static_cast<Host*>(vxData);
+    ReferenceReport report{Narrow(data->xcSymbol), data->iFlags, data->iStartPos, {},
+                           data->xdtConstParams != nullptr};
+    for (auto* parameter = data->xdtConstParams; parameter; parameter = parameter->xdtNext)
+        report.constParams.emplace_back(parameter->iType, ParameterText(*parameter));
+    host.references.push_back(report);
+    for (const std::string& symbol : host.constSymbols) {
+        if (symbol == report.symbol) data->iFlags |= ORDODLL_EXTERNAL_OBJECT_REFERENCE_FLAG_CONST_VALUE;
+    }
+    return host.referenceFailure;
 }
 
 }  // namespace
@@ -85,6 +112,7 @@ Host::Host(const HostOptions& options) {
     init.iVersion = ORDODLL_VERSION;
     init.xGetSymbolValueFunc = GetSymbol;
     init.xWriteLogEntryFunc = WriteLog;
+    if (options.listensForReferences) init.xOnExternalObjectReferenceCreatedFunc = OnReference;
     init.xcLineFeed = options.lineFeed;
     init.xxClientHandle = &client;
     init.iFlags = options.flags;

@@ -35,6 +35,19 @@ struct HostOptions {
     unsigned char listSeparator = 0;
     unsigned char decimalSeparator = 0;
     const char16_t* lineFeed = nullptr;
+    // Whether the host listens for the references that formulas make.
+    bool listensForReferences = false;
+};
+
+// What the host was told of one reference.
+struct ReferenceReport {
+    std::string symbol;
+    int32_t flags;     // as the library passed them
+    int32_t position;
+    // The constant arguments, each as its type and its text (a number in
+    // %g form), empty when the library sent none.
+    std::vector<std::pair<int32_t, std::string>> constParams;
+    bool hasConstParams;
 };
 
 class Host {
@@ -57,7 +70,14 @@ public:
     std::vector<std::string> symbolRequests;
     // The arguments of the last request: type and label of each.
     std::vector<std::pair<int32_t, std::string>> lastArguments;
+    // The flags of the last request.
+    int32_t lastSymbolFlags = 0;
     int32_t symbolFailure = ORDODLL_RESULT_OK;
+
+    std::vector<ReferenceReport> references;
+    // Symbols the host calls constant when told of a reference to them.
+    std::vector<std::string> constSymbols;
+    int32_t referenceFailure = ORDODLL_RESULT_OK;
 };
 
 // Reads a result record and frees its buffer.
