@@ -71,8 +71,9 @@ void CalculatePrecalculated(benchmark::State& state) {
 }
 BENCHMARK(CalculatePrecalculated);
 
-void CalculateWithSymbol(benchmark::State& state) {
-    void* handle = Prepare(u"x * 2 + 1");
+// One iCalcCalculate of a prepared formula that reads the host symbol x.
+void CalculateWithSymbol(benchmark::State& state, const char16_t* text) {
+    void* handle = Prepare(text);
     for (auto _ : state) {
         DTCalcResult result{};
         iCalcCalculate(Client(), handle, &result, nullptr);
@@ -80,7 +81,11 @@ void CalculateWithSymbol(benchmark::State& state) {
     }
     iCalcFreeFormula(Client(), handle);
 }
-BENCHMARK(CalculateWithSymbol);
+BENCHMARK_CAPTURE(CalculateWithSymbol, Arithmetic, u"x * 2 + 1");
+// A builtin with two arguments.
+BENCHMARK_CAPTURE(CalculateWithSymbol, BuiltinCall, u"Coalesce(x, 0)");
+// A lazy builtin that evaluates two of its three arguments.
+BENCHMARK_CAPTURE(CalculateWithSymbol, If, u"If(x > 0, x, -x)");
 
 // Evaluation of a parsed tree inside a calculation context, as a calculate
 // does it, without the result conversion.

@@ -155,7 +155,25 @@ typedef struct DTCalcFormulaPreparationResult {
 struct DTCalcFunctionParameterValue;
 struct DTExternalObjectReferenceData;
 
-/* Host callbacks. Each returns an ENTCalcErrorCode; 0 means success. */
+/*
+ * Host callbacks. Each returns an ENTCalcErrorCode; 0 means success, and any
+ * other answer fails the library call that made it. vxData is the host's
+ * pointer passed to that call.
+ *
+ * TCalcGetSymbolValueFunc: the value of a symbol (a name in a formula that
+ * is no known function), asked at every calculation. vxdtParameters is the
+ * symbol's evaluated arguments, null for none; viFlags has
+ * ORDODLL_GET_SYMBOL_VALUE_FLAG_IGNORE_NULL while the formula ignores nulls.
+ * The host puts a buffer from xCalcAllocateMemory into vxdtResult, which the
+ * library frees, also when the answer is a failure.
+ *
+ * TCalcOnExternalObjectReferenceCreatedFunc (optional): told of each symbol
+ * reference at every preparation, also of a cached text, arguments before
+ * the symbol that has them. xdtConstParams holds the arguments when all are
+ * constant. Setting ORDODLL_EXTERNAL_OBJECT_REFERENCE_FLAG_CONST_VALUE in
+ * iFlags says that the symbol's value never changes; a formula whose every
+ * reference says so is calculated once, at preparation.
+ */
 typedef int32_t (*TCalcGetSymbolValueFunc)(const char16_t* vxcSymbol,
                                            struct DTCalcFunctionParameterValue* vxdtParameters,
                                            int32_t viFlags, DTCalcResult* vxdtResult, void* vxData);
@@ -253,7 +271,12 @@ ORDO_API int32_t iCalcInitialize(DTCalcInit* vxdtInit);
  * vxcFormula, vxClientHandle or vxdtResult is null. On success stores the
  * formula handle and its flags. On a parse error answers -3 with the error
  * text in vxdtResult->xResultBuffer (host frees it). Preparing the same text
- * twice gives the same handle, which then needs two frees.
+ * twice gives the same handle, which then needs two frees. The flags:
+ * ORDODLL_PREPARED_FORMULA_FLAG_CONST when nothing in the formula varies but
+ * its symbols, ORDODLL_PREPARED_FORMULA_FLAG_CONST_REFERENCES when no symbol
+ * varies either (no symbols, or the host called each constant); a formula
+ * with both is calculated here, once, and every calculation returns that
+ * result.
  */
 ORDO_API int32_t iCalcPrepareFormula(void* vxClientHandle, const char16_t* vxcFormula,
                                      DTCalcFormulaPreparationResult* vxdtResult, void** vxHandle,

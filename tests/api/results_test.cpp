@@ -99,6 +99,9 @@ TEST(Results, Quota) {
         {1, "1 + 2", ORDODLL_RESULT_QUOTA_EXCEEDED_ERROR, "Calculation OK\r\n"},
         {3, "1 + 2", ORDODLL_RESULT_OK, "3"},
         {0, "[1..1000] + 1", ORDODLL_RESULT_OK, nullptr},
+        // A range is a node of its own: list, range and its two ends.
+        {3, "[1..3]", ORDODLL_RESULT_QUOTA_EXCEEDED_ERROR, "Calculation OK\r\n"},
+        {4, "[1..3]", ORDODLL_RESULT_OK, "1 2 3"},
         {5, "(\"a\" - 1) + 1", ORDODLL_RESULT_QUOTA_EXCEEDED_ERROR,
          "Warnings occurred\r\nWarning: operator '-' is not supported for string objects\r\n"},
     };
@@ -143,52 +146,6 @@ TEST(Results, ClientSeparators) {
         {"\"1,5\" + 0", "1,50"},
     };
     for (const auto& row : rows) EXPECT_EQ(host.Calc(row.formula).text, row.text) << row.formula;
-}
-
-TEST(Results, HostSymbols) {
-    Host host;
-    host.symbols["price"] = Outcome{0, 0, true, 2.5, ""};
-    host.symbols["name"] = Outcome{0, 0, false, 0, "Ordo"};
-    host.symbols["a.b.c"] = Outcome{0, 0, true, 7, ""};
-    EXPECT_EQ(host.Calc("price * 4").text, "10");
-    EXPECT_EQ(host.Calc("name + \"!\"").text, "Ordo!");
-    EXPECT_EQ(host.Calc("a.b.c").text, "7");
-    EXPECT_EQ(host.Calc("Price").code, ORDODLL_RESULT_EVALUATION_ERROR);
-    EXPECT_EQ(host.Calc("Price").text,
-              "Calculation failed\r\nRuntime error:\r\n"
-              "Error: Illegal parameter error occurred while evaluating value for external symbol: "
-              "Price\r\n\r\n");
-    host.symbolFailure = 5;
-    EXPECT_EQ(
-        host.Calc("price").text,
-        "Calculation failed\r\nRuntime error:\r\n"
-        "Error: Unknown error occurred while evaluating value for external symbol: price\r\n\r\n");
-}
-
-using Arguments = std::vector<std::pair<int32_t, std::string>>;
-
-TEST(Results, SymbolArgumentsGoOutTypedAndLabelled) {
-    constexpr int32_t text = ORDODLL_FUNCTION_PARAMETER_TYPE_STRING;
-    constexpr int32_t list = ORDODLL_FUNCTION_PARAMETER_TYPE_NUMBERLIST;
-    constexpr int32_t number = ORDODLL_FUNCTION_PARAMETER_TYPE_NUMBER;
-    Host host;
-    host.symbols["x"] = Outcome{0, 0, true, 1, ""};
-    EXPECT_EQ(host.Calc("x(1, \"a\", [1 2], n = 2, \"my label\" = 3, \"\" = 4)").text, "1");
-    EXPECT_EQ(host.lastArguments, (Arguments{{number, ""},
-                                             {text, ""},
-                                             {list, ""},
-                                             {number, "n"},
-                                             {number, "my label"},
-                                             {number, ""}}));
-    EXPECT_EQ(host.Calc("x()").text, "1");
-    EXPECT_TRUE(host.lastArguments.empty());
-
-    HostOptions options;
-    options.flags = ORDODLL_FLAG_FORCE_NUMBER_SYMBOL_PARAMETER_TYPE;
-    Host forced(options);
-    forced.symbols["x"] = Outcome{0, 0, true, 1, ""};
-    EXPECT_EQ(forced.Calc("x(1, \"a\", [1 2])").text, "1");
-    EXPECT_EQ(forced.lastArguments, (Arguments{{number, ""}, {list, ""}, {list, ""}}));
 }
 
 }  // namespace
