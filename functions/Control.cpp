@@ -130,17 +130,18 @@ Object* IfList(Environment& environment, ArgumentList& arguments, NumberVectorOb
     if (threeParts) EvaluateOrRaise(environment, arguments[2], u"false-part evaluation error");
     falsePart = PartNumbers(threeParts ? arguments[2].value.Get() : nullptr, size);
     for (size_t i = 0; i < size; ++i)
-        condition.values[i] = IsTrue(condition.values[i]) ? truePart.values[i] : falsePart.values[i];
+        condition.values[i] =
+            IsTrue(condition.values[i]) ? truePart.values[i] : falsePart.values[i];
     AddRef(&condition);
     return &condition;
 }
 
+// The condition is taken as it comes: only a list value is judged element by
+// element; anything else, a variable too, is read as one number.
 Object* IfFunc(ICalcContext&, Environment& environment, ArgumentList& arguments) {
-    Object* raw = ReevaluateArgument(environment, arguments[0], nullptr, -1);
-    if (!raw) RaiseRuntimeError(u"condition evaluation error");
-    PtrWrapper condition(Resolve(raw));
-    if (!IsNumberList(*condition))
-        return IfScalar(environment, arguments, NumberOf(*condition));
+    Object* condition = ReevaluateArgument(environment, arguments[0], nullptr, -1);
+    if (!condition) RaiseRuntimeError(u"condition evaluation error");
+    if (!IsNumberList(*condition)) return IfScalar(environment, arguments, NumberOf(*condition));
     return IfList(environment, arguments, static_cast<NumberVectorObject&>(*condition));
 }
 
@@ -180,7 +181,8 @@ Object* IterateFunc(ICalcContext&, Environment& environment, ArgumentList& argum
         step = NumberOrRaise(environment, arguments[3], u"step evaluation error");
         if (step == 0) RaiseRuntimeError(u"start,end & step would cause indefinite loop");
     }
-    if ((start - end) * step > 0) RaiseRuntimeError(u"start,end & step would cause indefinite loop");
+    if ((start - end) * step > 0)
+        RaiseRuntimeError(u"start,end & step would cause indefinite loop");
     FunctionArgument& body = arguments[0];
     for (; step * end >= step * start; start += step) {
         if (!ReevaluateArgument(environment, body, nullptr, -1))
@@ -284,7 +286,8 @@ private:
 // the scope as a copy.
 Object* LetFunc(ICalcContext& context, Environment& environment, ArgumentList& arguments) {
     if (arguments.empty()) RaiseRuntimeError(u"not enough parameters");
-    if (arguments.size() % 2 == 0) RaiseRuntimeError(u"let-function requires uneven number of parameters");
+    if (arguments.size() % 2 == 0)
+        RaiseRuntimeError(u"let-function requires uneven number of parameters");
     LocalScope scope(context);
     for (size_t i = 0; i + 1 < arguments.size(); i += 2) {
         Object* name = ReevaluateArgument(environment, arguments[i], nullptr, -1);
@@ -423,7 +426,8 @@ Object* CoalesceIgnoring(ICalcContext& context, Environment& environment, Argume
 }
 
 Object* CoalesceFunc(ICalcContext& context, Environment& environment, ArgumentList& arguments) {
-    if (context.GetNullMode().listMode > 0) return CoalesceIgnoring(context, environment, arguments);
+    if (context.GetNullMode().listMode > 0)
+        return CoalesceIgnoring(context, environment, arguments);
     return CoalesceRaising(context, environment, arguments);
 }
 
@@ -451,8 +455,7 @@ constexpr uint8_t Lazy = ICalcFunction::Lazy;
 constexpr uint8_t Pure = ICalcFunction::Pure;
 
 constexpr BuiltinEntry entries[] = {
-    {u"Control", u"If", u"iif", IfFunc, u"??.", u"condition, true-part[, false-part]",
-     Lazy | Pure},
+    {u"Control", u"If", u"iif", IfFunc, u"??.", u"condition, true-part[, false-part]", Lazy | Pure},
     {u"Control", u"Print", nullptr, PrintFunc, u"S", u"message_string", 0},
     {u"Control", u"Sequence", nullptr, SequenceFunc, u"*", u"statements separated by ','",
      Lazy | Pure},

@@ -106,8 +106,11 @@ ORDO_API int32_t iCalcPrepareFormula(void* vxClientHandle, const char16_t* vxcFo
         return ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
     CalcClient* client = ClientOf(vxClientHandle);
     return Guarded(client, [&]() -> int32_t {
-        PrepareLock lock;
+        // The factory before the lock: a calculation holds its factory while
+        // its callbacks wait for the lock, so the lock's holder must never
+        // wait for a factory.
         CallFrame frame(client, vxData);
+        PrepareLock lock;
         RecyclableCalcFormula* formula = FindOrPrepare(*client, vxcFormula, frame.context);
         if (!formula) {
             SetPreparationFailure(*vxdtResult, frame.context);
