@@ -19,11 +19,7 @@ CalcContext::CalcContext(CalcClient* client, void* clientData)
     objectFactory = BorrowFactory();
 }
 
-// The variables go before the factory: releasing them recycles into it.
-CalcContext::~CalcContext() {
-    scopes.clear();
-    ReturnFactory();
-}
+CalcContext::~CalcContext() { ReturnFactory(); }
 
 ICalcObjectReference* CalcContext::CreateObjectReference(Environment& environment,
                                                          const WString& symbol) {

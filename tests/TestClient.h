@@ -1,5 +1,5 @@
-// A client for tests that need no more than a symbol callback and flags;
-// its log entries are dropped.
+// A client for tests that need no more than a symbol callback, flags and a
+// listener for references; its log entries are dropped.
 #pragma once
 
 #include "interface/ordo.h"
@@ -7,12 +7,14 @@
 inline int32_t IgnoreLogEntry(const char16_t*, int32_t) { return ORDODLL_RESULT_OK; }
 
 inline void* NewTestClient(TCalcGetSymbolValueFunc getSymbolValue,
-                           int32_t flags = ORDODLL_FLAG_DEFAULT) {
+                           int32_t flags = ORDODLL_FLAG_DEFAULT,
+                           TCalcOnExternalObjectReferenceCreatedFunc onReference = nullptr) {
     void* client = nullptr;
     DTCalcInit init{};
     init.iVersion = ORDODLL_VERSION;
     init.xGetSymbolValueFunc = getSymbolValue;
     init.xWriteLogEntryFunc = IgnoreLogEntry;
+    init.xOnExternalObjectReferenceCreatedFunc = onReference;
     init.xxClientHandle = &client;
     init.iFlags = flags;
     iCalcInitialize(&init);

@@ -11,19 +11,6 @@
 
 using namespace ordotest;
 
-#if defined(__SANITIZE_ADDRESS__)
-#include <sanitizer/lsan_interface.h>
-// Allocations made while it lives are not reported as leaks.
-struct LeakCheckPause {
-    LeakCheckPause() { __lsan_disable(); }
-    ~LeakCheckPause() { __lsan_enable(); }
-};
-#else
-struct LeakCheckPause {
-    LeakCheckPause() {}
-};
-#endif
-
 namespace {
 
 int32_t FailingLog(const char16_t*, int32_t) { return ORDODLL_RESULT_UNKNOWN_ERROR; }

@@ -2,7 +2,9 @@
 // reported at every preparation, and the preparation flags that follow.
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <stdexcept>
+#include <thread>
 
 #include "OrdoHost.h"
 #include "tests/TestClient.h"
@@ -262,6 +264,39 @@ TEST(Symbols, MisbehavingCallbacks) {
               "Calculation failed\r\nRuntime error:\r\nError: Unknown error occurred while "
               "evaluating value for external symbol: x\r\n\r\n");
     iCalcFinalize(failing);
+}
+
+int32_t ThrowingReport(DTExternalObjectReferenceData*, void*) { throw std::logic_error("host"); }
+
+int32_t FaultingReport(DTExternalObjectReferenceData*, void*) {
+    raise(SIGSEGV);
+    return ORDODLL_RESULT_OK;
+}
+
+// A report callback runs under the prepare lock, inside the parse: an
+// exception it throws fails the preparation, a fault ends the call; either
+// way the lock is free for every other thread.
+TEST(Symbols, FailingReportCallbackLeavesNothingHeld) {
+    const std::pair<TCalcOnExternalObjectReferenceCreatedFunc, int32_t> cases[] = {
+        {ThrowingReport, ORDODLL_RESULT_PARSE_ERROR},
+        {FaultingReport, ORDODLL_RESULT_UNHANDLED_EXCEPTION}};
+    for (const auto& [report, code] : cases) {
+        void* client = NewTestClient(nullptr, ORDODLL_FLAG_DEFAULT, report);
+        ASSERT_NE(client, nullptr);
+        DTCalcResult result{};
+        {
+            // A fault skips the frames that held the formula being prepared.
+            LeakCheckPause pause;
+            EXPECT_EQ(iCalcCalculateFormula(client, u"x + 1", &result, nullptr), code);
+        }
+        std::thread other([&] {
+            DTCalcResult sum{};
+            EXPECT_EQ(iCalcCalculateFormula(client, u"1 + 1", &sum, nullptr), ORDODLL_RESULT_OK);
+            EXPECT_EQ(TakeResult(0, sum).text, "2");
+        });
+        other.join();
+        iCalcFinalize(client);
+    }
 }
 
 }  // namespace
