@@ -26,15 +26,21 @@ CalcClient::CalcClient(const DTCalcInit& init)
       lineFeed(init.xcLineFeed ? WString(init.xcLineFeed) : WString(u"\r\n")) {}
 
 Object* CalcClient::GetSymbolValue(Environment& environment, const WString& symbol,
-                                   const ArgumentList& arguments) const {
+                                   const ArgumentList* arguments) const {
+    if (!arguments || arguments->empty()) return AskSymbolValue(environment, symbol, nullptr);
+    ParameterArray parameters(*arguments, flags & ORDODLL_FLAG_FORCE_NUMBER_SYMBOL_PARAMETER_TYPE);
+    return AskSymbolValue(environment, symbol, parameters.First());
+}
+
+Object* CalcClient::AskSymbolValue(Environment& environment, const WString& symbol,
+                                   DTCalcFunctionParameterValue* parameters) const {
     ICalcContext& context = *CurrentContext();
-    ParameterArray parameters(arguments, flags & ORDODLL_FLAG_FORCE_NUMBER_SYMBOL_PARAMETER_TYPE);
     const int32_t symbolFlags = context.GetNullMode().listMode > 0
                                     ? ORDODLL_GET_SYMBOL_VALUE_FLAG_IGNORE_NULL
                                     : ORDODLL_GET_SYMBOL_VALUE_FLAG_DEFAULT;
     DTCalcResult result{};
-    const int32_t code = getSymbolValue(symbol.c_str(), parameters.First(), symbolFlags, &result,
-                                        context.GetClientData());
+    const int32_t code =
+        getSymbolValue(symbol.c_str(), parameters, symbolFlags, &result, context.GetClientData());
     // The buffer is the library's to release, whatever the host answered.
     std::unique_ptr<char16_t, int32_t (*)(void*)> buffer(result.xResultBuffer, iCalcFreeMemory);
     if (code != ORDODLL_RESULT_OK)

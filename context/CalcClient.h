@@ -16,11 +16,12 @@ class CalcClient {
 public:
     explicit CalcClient(const DTCalcInit& init);
 
-    // The host's value of `symbol` with its evaluated `arguments`; one
-    // reference for the caller. A failure raises a RuntimeError.
+    // The host's value of `symbol` with its evaluated `arguments` (null for
+    // a plain name); one reference for the caller. A failure raises a
+    // RuntimeError.
     CalcEngine::Object* GetSymbolValue(CalcEngine::Environment& environment,
                                        const CalcEngine::WString& symbol,
-                                       const CalcEngine::ArgumentList& arguments) const;
+                                       const CalcEngine::ArgumentList* arguments) const;
     // Writes one entry through the host's log; a failure raises a
     // RuntimeError.
     void WriteLogEntry(const CalcEngine::WString& text, int32_t priority) const;
@@ -42,4 +43,9 @@ public:
     CalcEngine::WString lineFeed;
     CalcEngine::FunctionRegistry registry;
     FormulaCache formulas;
+
+private:
+    CalcEngine::Object* AskSymbolValue(CalcEngine::Environment& environment,
+                                       const CalcEngine::WString& symbol,
+                                       DTCalcFunctionParameterValue* parameters) const;
 };

@@ -9,8 +9,9 @@
 
 namespace CalcEngine {
 
-CalcContext::CalcContext(CalcClient* client, void* clientData)
-    : objectFactory(nullptr), clientData(clientData), quotaLimit(client->quota), client(client) {
+CalcContext::CalcContext(CalcClient* client, void* clientData) : clientData(clientData) {
+    this->client = client;
+    SetQuota(client->quota);
     nullMode.substitute = NullNumber();
     for (uint32_t& separator : separators) separator = Unset;
     if (client->expressionListSeparator)
@@ -91,11 +92,6 @@ void CalcContext::GetSummary(WString& out, const char16_t* title) {
         out += message.text;
         out += lineFeed;
     }
-}
-
-void CalcContext::TickQuota() {
-    int32_t count = quotaCount.fetch_add(1, std::memory_order_relaxed) + 1;
-    if (quotaLimit != 0 && count > quotaLimit) throw CalculationQuotaExceededException();
 }
 
 const WString& CalcContext::GetLineFeed() { return client->lineFeed; }

@@ -3,7 +3,6 @@
 // call's frame and borrows one object factory for the call's duration.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <map>
 #include <vector>
@@ -48,13 +47,8 @@ public:
     void AddError(const Error& error, int32_t level) override;
     void GetSummary(WString& out, const char16_t* title) override;
     void* GetClientData() override { return clientData; }
-    void TickQuota() override;
-    ObjectFactory* GetObjectFactory() override { return objectFactory; }
-    CalcClient* GetClient() override { return client; }
     const WString& GetLineFeed() override;
     void WriteLogEntry(const WString& text, int32_t priority) override;
-    NullMode& GetNullMode() override { return nullMode; }
-    int32_t& EvaluateNesting() override { return evaluateNesting; }
     void PushScope() override { scopes.emplace_back(); }
     void PopScope() override { scopes.pop_back(); }
     Object* FindVariable(const WString& name) override;
@@ -73,7 +67,6 @@ private:
     }
     void AddMessage(const Error::Category& category, const WString& text, int32_t level);
 
-    ObjectFactory* objectFactory;
     uint32_t separators[SeparatorCount];
     bool hasErrors = false;
     bool hasWarnings = false;
@@ -82,11 +75,6 @@ private:
     // Local variables by name, innermost scope last.
     std::vector<std::map<WString, PtrWrapper>> scopes;
     void* clientData;
-    NullMode nullMode;
-    int32_t evaluateNesting = 0;
-    std::atomic<int32_t> quotaCount{0};
-    int32_t quotaLimit;
-    CalcClient* client;
 };
 
 }  // namespace CalcEngine

@@ -22,13 +22,19 @@ CalcRuntimeObjectReference::CalcRuntimeObjectReference(Environment* environment,
 
 Object* CalcRuntimeObjectReference::GetValue(Environment& environment,
                                              const ExpressionList* arguments) const {
+    if (!arguments) return AskHost(environment, nullptr);
     ArgumentList values;
-    if (arguments) EvaluateArguments(environment, *arguments, values, symbol, true);
+    EvaluateArguments(environment, *arguments, values, symbol, true);
+    return AskHost(environment, &values);
+}
+
+Object* CalcRuntimeObjectReference::AskHost(Environment& environment,
+                                            const ArgumentList* arguments) const {
     ICalcContext& context = *CurrentContext();
     if (context.EvaluateNesting() > 0)
         RaiseRuntimeError(
             u"External object symbol references aren't allowed in evaluate-function.");
-    return context.GetClient()->GetSymbolValue(environment, symbol, values);
+    return context.GetClient()->GetSymbolValue(environment, symbol, arguments);
 }
 
 void CalcRuntimeObjectReference::ReportCreated(Environment& environment,

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "tree/Arguments.h"
 #include "tree/References.h"
 
 namespace CalcEngine {
@@ -62,6 +63,8 @@ public:
     const WString& Symbol() const { return symbol; }
 
 private:
+    // The host's value with the evaluated `arguments` (null for none).
+    Object* AskHost(Environment& environment, const ArgumentList* arguments) const;
     // "Warning: Error occurred while <action> deleted object "<symbol>"." in
     // the context's messages.
     void Warn(const WString& action) const;

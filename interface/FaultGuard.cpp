@@ -7,13 +7,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <mutex>
 
-#include "context/FactoryPool.h"
-#include "values/ICalcContext.h"
 #include "context/CalcClient.h"
+#include "context/FactoryPool.h"
 #include "interface/PrepareLock.h"
 #include "values/DivisionFault.h"
+#include "values/ICalcContext.h"
 
 using namespace CalcEngine;
 
@@ -44,7 +43,7 @@ struct GuardFrame {
     void* address;
 };
 
-thread_local GuardFrame* activeGuard __attribute__((tls_model("initial-exec"))) = nullptr;
+thread_local GuardFrame* activeGuard = nullptr;
 
 constexpr int guardedSignals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL};
 struct sigaction previousActions[NSIG];
@@ -66,17 +65,15 @@ void OnFault(int signal, siginfo_t* info, void* machineContext) {
         previous.sa_handler(signal);
 }
 
-void InstallHandlers() {
-    static std::once_flag once;
-    std::call_once(once, [] {
-        struct sigaction action {};
-        action.sa_sigaction = OnFault;
-        // SA_NODEFER leaves the signal unblocked in the handler, so jumping out
-        // of it needs no saved signal mask (saving one costs a system call).
-        action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_NODEFER;
-        sigemptyset(&action.sa_mask);
-        for (int signal : guardedSignals) sigaction(signal, &action, &previousActions[signal]);
-    });
+bool InstallHandlers() {
+    struct sigaction action {};
+    action.sa_sigaction = OnFault;
+    // SA_NODEFER leaves the signal unblocked in the handler, so jumping out
+    // of it needs no saved signal mask (saving one costs a system call).
+    action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_NODEFER;
+    sigemptyset(&action.sa_mask);
+    for (int signal : guardedSignals) sigaction(signal, &action, &previousActions[signal]);
+    return true;
 }
 
 // A stack overflow can only be reported from another stack: give the thread
@@ -185,14 +182,16 @@ void WriteReport(CalcClient* client, const WString& report) {
 }  // namespace
 
 int32_t RunGuarded(CalcClient* client, int32_t (*work)(void*), void* data) {
-    InstallHandlers();
+    // Once per process, at the first guarded call: a library that is only
+    // loaded leaves the host's handlers alone.
+    static const bool installed = InstallHandlers();
+    (void)installed;
     thread_local AlternateStack alternateStack;
     (void)alternateStack;
 
     const ThreadState state = ThreadState::Now();
     GuardFrame frame;
     frame.previous = activeGuard;
-    WString report;
     if (sigsetjmp(frame.jump, 0) == 0) {
         activeGuard = &frame;
         try {
@@ -201,13 +200,12 @@ int32_t RunGuarded(CalcClient* client, int32_t (*work)(void*), void* data) {
             return result;
         } catch (...) {
             activeGuard = frame.previous;
-            report = DescribeCurrentException();
+            WriteReport(client, DescribeCurrentException());
         }
     } else {
         activeGuard = frame.previous;
         state.Restore();
-        report = DescribeSignal(frame);
+        WriteReport(client, DescribeSignal(frame));
     }
-    WriteReport(client, report);
     return ORDODLL_RESULT_UNHANDLED_EXCEPTION;
 }

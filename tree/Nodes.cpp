@@ -8,8 +8,6 @@
 
 namespace CalcEngine {
 
-void TickQuota() { CurrentContext()->TickQuota(); }
-
 void SymNode::AppendTo(Environment& environment, NumberVectorObject& target) const {
     PtrWrapper value(Evaluate(environment));
     if (value) target.SetItem(static_cast<unsigned>(target.Size()), *value);

@@ -71,26 +71,34 @@ Object* WidenFor(int32_t op, Object& value, Object& other) {
     return std::invoke(operatorCalls[op].widen, value, other);
 }
 
-// The accumulator for `left op right`, one reference for the caller.
-Object* ChooseWorkingValue(Environment& environment, int32_t op, Object& left, Object& right) {
+// The accumulator for `left op right`, one reference for the caller; when it
+// is the left value itself, the reference of `left` moves into it.
+Object* ChooseWorkingValue(Environment& environment, int32_t op, PtrWrapper& left, Object& right) {
     if (Object* working = PromoteOperands(&environment, left, right)) return working;
-    PtrWrapper widened(WidenFor(op, left, right));
-    if (Object* working = PromoteOperands(&environment, *widened, right)) return working;
+    PtrWrapper widened(WidenFor(op, *left, right));
+    if (Object* working = PromoteOperands(&environment, widened, right)) return working;
     return widened.Detach();
 }
 
 // A non-logical operator over its two values: an indirect right operand is
 // widened towards the left one, the accumulator chosen and changed in place.
-Object* ApplyToValues(Environment& environment, int32_t op, Object& left, Object& right) {
+// Takes the reference of `left`.
+Object* ApplyToValues(Environment& environment, int32_t op, PtrWrapper& left, Object& right) {
     PtrWrapper widenedRight;
     Object* rightValue = &right;
     if (right.GetType().IsIndirect()) {
-        widenedRight.Reset(WidenFor(op, right, left));
+        widenedRight.Reset(WidenFor(op, right, *left));
         rightValue = widenedRight.Get();
     }
     PtrWrapper working(ChooseWorkingValue(environment, op, left, *rightValue));
     std::invoke(operatorCalls[op].apply, *working, *rightValue);
     return working.Detach();
+}
+
+// The value that a logical or unary operator changes: `value` itself (its
+// reference moves), or for a proxy a working copy of what it stands for.
+Object* WorkingCopy(PtrWrapper& value) {
+    return value->IsProxy() ? Resolve(value.Get()) : value.Detach();
 }
 
 void FillRange(int32_t from, int32_t to, DoubleVector& out) {
@@ -120,7 +128,9 @@ Object* BinOp::Apply(int32_t op, Environment& environment, Object& left, Object&
     if (binaryOperators[op].isLogical)
         RaiseRuntimeError(WString(u"can't execute operator ") + binaryOperators[op].symbol +
                           u" for given object");
-    return ApplyToValues(environment, op, left, right);
+    AddRef(&left);
+    PtrWrapper leftValue(&left);
+    return ApplyToValues(environment, op, leftValue, right);
 }
 
 BinOp::BinOp(int32_t op, ExprPtr left) : op(op) { SetLeft(std::move(left)); }
@@ -191,9 +201,9 @@ Object* BinOp::Evaluate(Environment& environment) const {
 
 Object* BinOp::Combine(Environment& environment, Object* leftValue) const {
     if (!leftValue) RaiseOperandMissing(u"left ", op);
-    PtrWrapper leftHolder(leftValue);
+    PtrWrapper left(leftValue);
     if (binaryOperators[op].isLogical) {
-        PtrWrapper working(Resolve(leftValue));
+        PtrWrapper working(WorkingCopy(left));
         const RightOperand rightOperand(*right, environment);
         if (Object* replacement = std::invoke(operatorCalls[op].logical, *working, rightOperand))
             working.Reset(replacement);
@@ -201,7 +211,7 @@ Object* BinOp::Combine(Environment& environment, Object* leftValue) const {
     }
     PtrWrapper rightValue(right->Evaluate(environment));
     if (!rightValue) RaiseOperandMissing(u"right ", op);
-    return ApplyToValues(environment, op, *leftValue, *rightValue);
+    return ApplyToValues(environment, op, left, *rightValue);
 }
 
 void BinOp::Dump(WString& out, int options) const {
@@ -254,7 +264,7 @@ Object* UnOp::Evaluate(Environment& environment) const {
     if (!value)
         throw Exception(WString(u"error evaluating parameter for unary operator '") +
                         unaryOperators[op].symbol + u"'");
-    PtrWrapper working(Resolve(value.Get()));
+    PtrWrapper working(WorkingCopy(value));
     switch (op) {
         case UnNot:
             working->OperatorLnot();

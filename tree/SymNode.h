@@ -4,6 +4,7 @@
 
 #include <memory>
 
+#include "values/ICalcContext.h"
 #include "values/Object.h"
 #include "values/Text.h"
 
@@ -63,6 +64,6 @@ private:
 
 // Charges one quota unit to the current context; every evaluating node calls
 // it first, before any child runs.
-void TickQuota();
+inline void TickQuota() { CurrentContext()->TickQuota(); }
 
 }  // namespace CalcEngine

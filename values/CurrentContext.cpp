@@ -2,15 +2,10 @@
 
 namespace CalcEngine {
 
-// One thread-local read per access: the slot is reached on every node.
-thread_local ICalcContext* currentContext __attribute__((tls_model("initial-exec"))) = nullptr;
+// One thread-local read per access (initial-exec: see CMakeLists.txt): the
+// slot is reached on every node.
+thread_local constinit ICalcContext* currentContext = nullptr;
 
 void SetCurrentContext(ICalcContext* context) { currentContext = context; }
-
-CurrentContextScope::CurrentContextScope(ICalcContext* context) : saved(currentContext) {
-    currentContext = context;
-}
-
-CurrentContextScope::~CurrentContextScope() { currentContext = saved; }
 
 }  // namespace CalcEngine

@@ -35,6 +35,9 @@ struct NullMode {
     bool accepted = false;
 };
 
+// The operations are virtual; the state that every node and value reaches
+// during a calculation (the factory, the quota, the null handling) is held
+// here as plain data, so that it costs a load and no call.
 class ICalcContext {
 public:
     virtual ~ICalcContext() = default;
@@ -72,19 +75,11 @@ public:
     // Appends the outcome line and every message, each ended by the line feed.
     virtual void GetSummary(WString& out, const char16_t* title) = 0;
     virtual void* GetClientData() = 0;
-    // Charges one unit of the quota; raises CalculationQuotaExceededException
-    // past the limit.
-    virtual void TickQuota() = 0;
-    virtual ObjectFactory* GetObjectFactory() = 0;
-    virtual CalcClient* GetClient() = 0;
     // The client's line-feed text: the separator and the ending of composed
     // messages.
     virtual const WString& GetLineFeed() = 0;
     // The host's log, where formulas write their own entries.
     virtual void WriteLogEntry(const WString& text, int32_t priority) = 0;
-    virtual NullMode& GetNullMode() = 0;
-    // How deep Evaluate builtins are nested in this call.
-    virtual int32_t& EvaluateNesting() = 0;
 
     // Local variables: a stack of scopes, innermost last.
     virtual void PushScope() = 0;
@@ -98,11 +93,36 @@ public:
     // needed.
     virtual void AssignVariable(Environment& environment, const WString& name, Object* value) = 0;
 
-    double GetNullValue() { return GetNullMode().substitute; }
-    bool NullAccepted() { return GetNullMode().accepted; }
+    // Charges one unit of the quota; raises CalculationQuotaExceededException
+    // past the limit. Only the call's own thread ticks its context.
+    void TickQuota() {
+        if (++quotaCount > quotaCeiling) throw CalculationQuotaExceededException();
+    }
+    ObjectFactory* GetObjectFactory() const { return objectFactory; }
+    CalcClient* GetClient() const { return client; }
+    NullMode& GetNullMode() { return nullMode; }
+    double GetNullValue() const { return nullMode.substitute; }
+    bool NullAccepted() const { return nullMode.accepted; }
+    // How deep Evaluate builtins are nested in this call.
+    int32_t& EvaluateNesting() { return evaluateNesting; }
+
+protected:
+    // A quota of `limit` ticks (0: none; a negative one allows none).
+    void SetQuota(int32_t limit) {
+        quotaCeiling = limit == 0 ? UINT64_MAX : limit < 0 ? 0 : static_cast<uint64_t>(limit);
+    }
+
+    ObjectFactory* objectFactory = nullptr;
+    CalcClient* client = nullptr;
+    NullMode nullMode;
+    int32_t evaluateNesting = 0;
+
+private:
+    uint64_t quotaCount = 0;
+    uint64_t quotaCeiling = UINT64_MAX;
 };
 
-extern thread_local ICalcContext* currentContext __attribute__((tls_model("initial-exec")));
+extern thread_local constinit ICalcContext* currentContext;
 
 // The thread's current context, null outside any exported call.
 inline ICalcContext* CurrentContext() { return currentContext; }
@@ -114,8 +134,10 @@ void SetCurrentContext(ICalcContext* context);
 // Makes a context current for a scope and restores the previous one.
 class CurrentContextScope {
 public:
-    explicit CurrentContextScope(ICalcContext* context);
-    ~CurrentContextScope();
+    explicit CurrentContextScope(ICalcContext* context) : saved(currentContext) {
+        currentContext = context;
+    }
+    ~CurrentContextScope() { currentContext = saved; }
     CurrentContextScope(const CurrentContextScope&) = delete;
     CurrentContextScope& operator=(const CurrentContextScope&) = delete;
 

@@ -176,16 +176,17 @@ Object* Object::Sum() const {
 
 void Object::Recycle() { CurrentFactory()->Discard(this); }
 
-Object* PromoteOperands(Environment* environment, Object& left, const Object& right) {
-    if (left.GetType().IsIndirect() || right.GetType().IsIndirect()) return nullptr;
+Object* PromoteOperands(Environment* environment, PtrWrapper& left, const Object& right) {
+    const Type* leftType = left->objectType.type;
+    const Type* rightType = right.objectType.type;
+    // One class on both sides, the usual case, needs no ranks.
+    if (leftType == rightType) return leftType->IsIndirect() ? nullptr : left.Detach();
+    if (leftType->IsIndirect() || rightType->IsIndirect()) return nullptr;
     ObjectType wider(&Type::Root());
-    left.objectType.Promote(wider, right.objectType);
-    if (wider.type == left.objectType.type) {
-        AddRef(&left);
-        return &left;
-    }
+    left->objectType.Promote(wider, right.objectType);
+    if (wider.type == leftType) return left.Detach();
     PtrWrapper promoted(wider.type->Create(environment));
-    promoted->AssignPromoted(left, right);
+    promoted->AssignPromoted(*left, right);
     return promoted.Detach();
 }
 

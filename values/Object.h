@@ -196,10 +196,11 @@ private:
     Object* object = nullptr;
 };
 
-// The accumulator of a binary operator: `left` itself (one more reference)
-// when its type is the wider, else a new object of the wider type assigned
-// from `left`; null when either type is indirect.
-Object* PromoteOperands(Environment* environment, Object& left, const Object& right);
+// The accumulator of a binary operator, with one reference: the value in
+// `left` itself when its type is the wider (the reference moves out of
+// `left`), else a new object of the wider type assigned from it; null when
+// either type is indirect.
+Object* PromoteOperands(Environment* environment, PtrWrapper& left, const Object& right);
 
 // Follows Dereference until an object answers itself; one reference for the
 // caller; null stays null.

@@ -98,12 +98,6 @@ size_t ObjectFactory::PooledCount() const {
     return count;
 }
 
-ObjectFactory* CurrentFactory() {
-    ICalcContext* context = CurrentContext();
-    ObjectFactory* factory = context ? context->GetObjectFactory() : nullptr;
-    return factory ? factory : &DefaultFactory();
-}
-
 ObjectFactory& DefaultFactory() {
     // Never destroyed: objects released during process exit still recycle
     // into it.

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "values/ICalcContext.h"
 #include "values/Object.h"
 
 namespace CalcEngine {
@@ -61,9 +62,13 @@ private:
     Pool emptyPool, floatPool, intPool, stringPool, numberVectorPool, variablePool;
 };
 
-// The factory of the thread's current context, or the default factory.
-ObjectFactory* CurrentFactory();
 // The process-wide default factory, serving when no context is current.
 ObjectFactory& DefaultFactory();
+
+// The factory of the thread's current context, or the default factory.
+inline ObjectFactory* CurrentFactory() {
+    ICalcContext* context = CurrentContext();
+    return context ? context->GetObjectFactory() : &DefaultFactory();
+}
 
 }  // namespace CalcEngine

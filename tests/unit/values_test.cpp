@@ -191,12 +191,15 @@ TEST(PromoteOperands, ScalarMatrix) {
     for (int left = 0; left < 5; ++left) {
         for (int right = 0; right < 5; ++right) {
             PtrWrapper l(Make(left)), r(Make(right));
-            PtrWrapper result(PromoteOperands(nullptr, *l, *r));
+            Object* leftValue = l.Get();
+            const bool leftIsWider = expected[left][right] == WString(l->GetType().Name());
+            PtrWrapper result(PromoteOperands(nullptr, l, *r));
             EXPECT_EQ(WString(result->GetType().Name()), expected[left][right])
                 << left << " " << right;
-            // The left operand serves itself when it already has the wider type.
-            EXPECT_EQ(result.Get() == l.Get(),
-                      expected[left][right] == WString(l->GetType().Name()));
+            // The left operand serves itself, with its reference, when it
+            // already has the wider type.
+            EXPECT_EQ(result.Get() == leftValue, leftIsWider);
+            EXPECT_EQ(l.Get() == nullptr, leftIsWider);
         }
     }
 }
@@ -214,7 +217,7 @@ TEST(PromoteOperands, AssignsTheLeftValue) {
           Case{factory.CreateFloat(nullptr, 0.5), factory.CreateBool(nullptr), 0.0},
           Case{factory.CreateFloat(nullptr, 1.5), factory.CreateBool(nullptr), 1.0}}) {
         PtrWrapper l(c.left), r(c.right);
-        PtrWrapper result(PromoteOperands(nullptr, *l, *r));
+        PtrWrapper result(PromoteOperands(nullptr, l, *r));
         double value;
         result->GetNumber(value);
         EXPECT_EQ(value, c.expected);
