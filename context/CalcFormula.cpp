@@ -49,14 +49,15 @@ bool RecyclableCalcFormula::PrepareFormula(const WString& formulaText) {
         return false;
     }
     text = formulaText;
-    if (IsConst()) {
-        auto record = std::make_unique<Precalculated>();
-        record->status = CalculateToResult(record->result, true);
-        if (precalculated) iCalcFreeMemory(precalculated->result.xResultBuffer);
-        precalculated = std::move(record);
-    }
-    CurrentContext()->GetClient()->formulas.Insert(*this);
     return true;
+}
+
+void RecyclableCalcFormula::Precalculate() {
+    if (!IsConst()) return;
+    auto record = std::make_unique<Precalculated>();
+    record->status = CalculateToResult(record->result, true);
+    if (precalculated) iCalcFreeMemory(precalculated->result.xResultBuffer);
+    precalculated = std::move(record);
 }
 
 bool RecyclableCalcFormula::PostProcess() {

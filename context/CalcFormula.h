@@ -13,10 +13,12 @@ class RecyclableCalcFormula : public CalcEngine::Environment {
 public:
     ~RecyclableCalcFormula() override;
 
-    // Parses `text`, precalculates a constant formula and enters the formula
-    // in the current client's cache. False when the text does not parse;
-    // the caller then deletes the formula.
+    // Parses `text`. False when it does not parse; the caller then deletes
+    // the formula.
     bool PrepareFormula(const CalcEngine::WString& text);
+    // A constant formula is calculated now, once, and every calculation
+    // returns a copy of that result.
+    void Precalculate();
     // Tells the host of the formula's references and counts one more use:
     // run after a parse and on every cache hit.
     bool PostProcess() override;

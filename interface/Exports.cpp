@@ -31,28 +31,46 @@ RecyclableCalcFormula* FormulaOf(void* handle) {
     return static_cast<RecyclableCalcFormula*>(handle);
 }
 
-// The cached formula for `text`, counted one more use; or a new one parsed
-// and cached; null when the text does not parse (the error is in the context).
-RecyclableCalcFormula* FindOrPrepare(CalcClient& client, const WString& text,
-                                     CalcContext& context) {
-    if (RecyclableCalcFormula* cached = client.formulas.Find(text)) {
-        try {
-            cached->PostProcess();
-            return cached;
-        } catch (const Error& e) {
-            context.AddError(e, 1);
-        } catch (const Exception& e) {
-            context.AddError(u"parser exception: " + FromUtf8(e.what()) + context.GetLineFeed(),
-                             Error::GetBaseCategory(), 1);
-        } catch (const std::exception& e) {
-            context.AddError(FromUtf8(e.what()) + context.GetLineFeed(), Error::GetBaseCategory(),
-                             1);
-        }
-        return nullptr;
+// Counts one more use of a cached formula and tells the host of its
+// references again; false when that fails (the error is in the context).
+bool Recycle(RecyclableCalcFormula& cached, CalcContext& context) {
+    try {
+        cached.PostProcess();
+        return true;
+    } catch (const Error& e) {
+        context.AddError(e, 1);
+    } catch (const Exception& e) {
+        context.AddError(u"parser exception: " + FromUtf8(e.what()) + context.GetLineFeed(),
+                         Error::GetBaseCategory(), 1);
+    } catch (const std::exception& e) {
+        context.AddError(FromUtf8(e.what()) + context.GetLineFeed(), Error::GetBaseCategory(), 1);
     }
-    auto formula = std::make_unique<RecyclableCalcFormula>();
-    if (!formula->PrepareFormula(text)) return nullptr;
-    return formula.release();
+    return false;
+}
+
+// The formula for `text` with its flags in `result`: the cached one, or a
+// new one parsed, precalculated when constant, and cached; null when that
+// fails (the error is in the context). The lock covers the cache and the
+// parse only: a constant formula is calculated before it enters the cache,
+// outside the lock, so that a long precalculation holds up no other
+// preparation.
+RecyclableCalcFormula* PrepareFormula(CalcClient& client, const WString& text, CalcContext& context,
+                                      DTCalcFormulaPreparationResult& result) {
+    auto fresh = std::make_unique<RecyclableCalcFormula>();
+    {
+        PrepareLock lock;
+        if (RecyclableCalcFormula* cached = client.formulas.Find(text)) {
+            if (!Recycle(*cached, context)) return nullptr;
+            cached->FillPreparationFlags(result);
+            return cached;
+        }
+        if (!fresh->PrepareFormula(text)) return nullptr;
+    }
+    fresh->Precalculate();
+    fresh->FillPreparationFlags(result);
+    PrepareLock lock;
+    client.formulas.Insert(*fresh);
+    return fresh.release();
 }
 
 void SetPreparationFailure(DTCalcFormulaPreparationResult& result, CalcContext& context) {
@@ -110,13 +128,12 @@ ORDO_API int32_t iCalcPrepareFormula(void* vxClientHandle, const char16_t* vxcFo
         // its callbacks wait for the lock, so the lock's holder must never
         // wait for a factory.
         CallFrame frame(client, vxData);
-        PrepareLock lock;
-        RecyclableCalcFormula* formula = FindOrPrepare(*client, vxcFormula, frame.context);
+        RecyclableCalcFormula* formula =
+            PrepareFormula(*client, vxcFormula, frame.context, *vxdtResult);
         if (!formula) {
             SetPreparationFailure(*vxdtResult, frame.context);
             return ORDODLL_RESULT_PARSE_ERROR;
         }
-        formula->FillPreparationFlags(*vxdtResult);
         if (vxHandle) *vxHandle = formula;
         return ORDODLL_RESULT_OK;
     });

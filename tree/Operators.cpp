@@ -1,5 +1,6 @@
 #include "tree/Operators.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <functional>
 #include <vector>
@@ -107,7 +108,11 @@ void FillRange(int32_t from, int32_t to, DoubleVector& out) {
         throw Exception(
             u"The result length of range-expression exceeds the maximum allowed size of " +
             ToDecimal(Range::MaxLength));
-    out.values.reserve(out.values.size() + length + 1);
+    // Room for this range, growing geometrically: many ranges in one list
+    // must not copy the list once per range.
+    const size_t needed = out.values.size() + static_cast<size_t>(length) + 1;
+    if (needed > out.values.capacity())
+        out.values.reserve(std::max(needed, 2 * out.values.capacity()));
     int32_t step = from < to ? 1 : -1;
     for (int64_t i = 0; i <= length; ++i)
         out.values.push_back(static_cast<double>(from + step * i));

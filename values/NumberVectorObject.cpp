@@ -282,7 +282,10 @@ Object* NumberVectorObject::Clone() const {
     return copy.Detach();
 }
 
-void NumberVectorObject::Recycle() { CurrentFactory()->RecycleNumberVector(this); }
+void NumberVectorObject::Recycle() {
+    if (values.capacity() > ObjectFactory::PooledCapacity) std::vector<double>().swap(values);
+    CurrentFactory()->RecycleNumberVector(this);
+}
 
 void NumberVectorObject::SetItem(unsigned index, const Object& item) {
     double value;

@@ -15,6 +15,9 @@ namespace CalcEngine {
 class ObjectFactory {
 public:
     static constexpr size_t PoolLimit = 100;
+    // A recycled list or text keeps storage for this many elements at most,
+    // so that pools hold little memory however large the values were.
+    static constexpr size_t PooledCapacity = 1024;
 
     ObjectFactory();
     virtual ~ObjectFactory();

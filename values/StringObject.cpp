@@ -241,7 +241,10 @@ Object* StringObject::Sum() const {
 
 Object* StringObject::Clone() const { return CurrentFactory()->CreateString(environment, text); }
 
-void StringObject::Recycle() { CurrentFactory()->RecycleString(this); }
+void StringObject::Recycle() {
+    if (text.capacity() > ObjectFactory::PooledCapacity) WString().swap(text);
+    CurrentFactory()->RecycleString(this);
+}
 
 void StringObject::SetItem(unsigned index, const Object& item) {
     int32_t code;

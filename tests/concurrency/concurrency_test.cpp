@@ -4,8 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <cmath>
 #include <cstring>
+#include <future>
 #include <string>
 #include <thread>
 #include <vector>
@@ -84,6 +86,48 @@ TEST(Concurrency, SharedHandlesWhilePreparingAndFreeing) {
     for (void* handle : {arithmetic, list, constant})
         EXPECT_EQ(iCalcFreeFormula(client, handle), 0);
     iCalcFinalize(client);
+}
+
+// A constant formula is calculated during its preparation, but outside the
+// lock that preparations share: while one precalculation waits for its
+// host, another client prepares on.
+std::promise<void> otherPrepared;
+const std::shared_future<void> otherPreparedSignal = otherPrepared.get_future().share();
+std::atomic<bool> waitedInVain{false};
+
+int32_t SlowConstantSymbol(const char16_t*, DTCalcFunctionParameterValue*, int32_t,
+                           DTCalcResult* result, void* data) {
+    if (otherPreparedSignal.wait_for(std::chrono::seconds(10)) != std::future_status::ready)
+        waitedInVain = true;
+    return SymbolIsThreadNumber(nullptr, nullptr, 0, result, data);
+}
+
+int32_t EveryReferenceIsConstant(DTExternalObjectReferenceData* data, void*) {
+    data->iFlags |= ORDODLL_EXTERNAL_OBJECT_REFERENCE_FLAG_CONST_VALUE;
+    return ORDODLL_RESULT_OK;
+}
+
+TEST(Concurrency, PrecalculationHoldsUpNoOtherPreparation) {
+    void* slow = NewTestClient(SlowConstantSymbol, ORDODLL_FLAG_FORCE_FLOAT_RESULT,
+                               EveryReferenceIsConstant);
+    void* other = NewTestClient(SymbolIsThreadNumber);
+    std::thread preparing([&] {
+        DTCalcFormulaPreparationResult preparation{};
+        void* handle = nullptr;
+        EXPECT_EQ(iCalcPrepareFormula(slow, u"c + 1", &preparation, &handle,
+                                      reinterpret_cast<void*>(intptr_t{41})),
+                  ORDODLL_RESULT_OK);
+        EXPECT_EQ(preparation.iFlags, ORDODLL_PREPARED_FORMULA_FLAG_CONST |
+                                          ORDODLL_PREPARED_FORMULA_FLAG_CONST_REFERENCES);
+        EXPECT_EQ(Calculate(slow, handle, 0), 42);  // the result of the preparation
+        iCalcFreeFormula(slow, handle);
+    });
+    iCalcFreeFormula(other, Prepare(other, u"1 + 1"));
+    otherPrepared.set_value();
+    preparing.join();
+    EXPECT_FALSE(waitedInVain);
+    iCalcFinalize(slow);
+    iCalcFinalize(other);
 }
 
 }  // namespace

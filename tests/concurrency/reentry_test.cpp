@@ -168,8 +168,9 @@ TEST(FailingReentry, OuterCallAnswersEvaluationError) {
 }
 
 // A formula of references the host calls constant is calculated while it
-// is prepared, under the preparation lock: the callback's own preparations
-// take that lock again on the same thread and share the thread's factory.
+// is prepared: the callback's own preparations re-enter on the same thread
+// and share the thread's factory. Their texts are the same on every thread,
+// so a thread may find them prepared and calculated by another.
 TEST(PreparationReentry, ConstantFormulaCallsBackWhilePrepared) {
     void* client = nullptr;
     DTCalcInit init{};
@@ -193,13 +194,15 @@ TEST(PreparationReentry, ConstantFormulaCallsBackWhilePrepared) {
             ++wrong;
             return;
         }
-        // depth(3) down to depth(0), all during the preparation.
+        // depth(3), and below it what no other thread had prepared, all
+        // during the preparation.
         const int callsWhilePreparing = symbolCalls;
         DTCalcResult result{};
         const int32_t code = iCalcCalculate(client, handle, &result, &host);
         if (code != ORDODLL_RESULT_OK || TakeNumber(result) != 3 + t ||
             !(preparation.iFlags & ORDODLL_PREPARED_FORMULA_FLAG_CONST) ||
-            callsWhilePreparing != 4 || symbolCalls != 4)
+            callsWhilePreparing < 1 || callsWhilePreparing > 4 ||
+            symbolCalls != callsWhilePreparing)
             ++wrong;
         iCalcFreeFormula(client, handle);
     });
