@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "context/HostBridge.h"
+#include "values/HostMemory.h"
 #include "values/ICalcContext.h"
 
 using namespace CalcEngine;
@@ -42,7 +43,7 @@ Object* CalcClient::AskSymbolValue(Environment& environment, const WString& symb
     const int32_t code =
         getSymbolValue(symbol.c_str(), parameters, symbolFlags, &result, context.GetClientData());
     // The buffer is the library's to release, whatever the host answered.
-    std::unique_ptr<char16_t, int32_t (*)(void*)> buffer(result.xResultBuffer, iCalcFreeMemory);
+    HostBuffer buffer(result.xResultBuffer);
     if (code != ORDODLL_RESULT_OK)
         RaiseRuntimeError(CallbackErrorHead(code) +
                           u" occurred while evaluating value for external symbol: " + symbol);

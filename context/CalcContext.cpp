@@ -9,8 +9,9 @@
 
 namespace CalcEngine {
 
-CalcContext::CalcContext(CalcClient* client, void* clientData) : clientData(clientData) {
+CalcContext::CalcContext(CalcClient* client, void* clientData) {
     this->client = client;
+    this->clientData = clientData;
     SetQuota(client->quota);
     nullMode.substitute = NullNumber();
     for (uint32_t& separator : separators) separator = Unset;

@@ -29,7 +29,6 @@ public:
     CalcContext(const CalcContext&) = delete;
     CalcContext& operator=(const CalcContext&) = delete;
 
-    void NoOperation() override {}
     ICalcObjectReference* CreateObjectReference(Environment& environment,
                                                 const WString& symbol) override;
     std::unique_ptr<ICalcFunctionReference> CreateFunctionReference(const ExpressionList& arguments,
@@ -46,7 +45,6 @@ public:
     void AddError(const WString& text, const Error::Category& category, int32_t level) override;
     void AddError(const Error& error, int32_t level) override;
     void GetSummary(WString& out, const char16_t* title) override;
-    void* GetClientData() override { return clientData; }
     const WString& GetLineFeed() override;
     void WriteLogEntry(const WString& text, int32_t priority) override;
     void PushScope() override { scopes.emplace_back(); }
@@ -74,7 +72,6 @@ private:
     std::vector<Message> messages;
     // Local variables by name, innermost scope last.
     std::vector<std::map<WString, PtrWrapper>> scopes;
-    void* clientData;
 };
 
 }  // namespace CalcEngine

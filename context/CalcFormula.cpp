@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "context/CalcClient.h"
+#include "values/HostMemory.h"
 #include "values/ICalcContext.h"
 #include "values/Object.h"
 
@@ -11,7 +12,7 @@ using namespace CalcEngine;
 namespace {
 
 void SetNumberResult(DTCalcResult& result, double value) {
-    auto* buffer = static_cast<double*>(xCalcAllocateMemory(sizeof(double)));
+    auto* buffer = static_cast<double*>(AllocateHostMemory(sizeof(double)));
     *buffer = value;
     result.iType = ORDODLL_FUNCTION_RESULT_TYPE_NUMBER;
     result.iResultBufferLength = sizeof(double);
@@ -26,7 +27,7 @@ void SetTextResult(DTCalcResult& result, const WString& text) {
         return;
     }
     size_t bytes = (text.size() + 1) * sizeof(char16_t);
-    result.xResultBuffer = static_cast<char16_t*>(xCalcAllocateMemory(bytes));
+    result.xResultBuffer = static_cast<char16_t*>(AllocateHostMemory(bytes));
     std::memcpy(result.xResultBuffer, text.c_str(), bytes);
     result.iResultBufferLength = static_cast<int32_t>(bytes);
 }
@@ -40,7 +41,7 @@ WString Summary() {
 }  // namespace
 
 RecyclableCalcFormula::~RecyclableCalcFormula() {
-    if (precalculated) iCalcFreeMemory(precalculated->result.xResultBuffer);
+    if (precalculated) FreeHostMemory(precalculated->result.xResultBuffer);
 }
 
 bool RecyclableCalcFormula::PrepareFormula(const WString& formulaText) {
@@ -55,8 +56,8 @@ bool RecyclableCalcFormula::PrepareFormula(const WString& formulaText) {
 void RecyclableCalcFormula::Precalculate() {
     if (!IsConst()) return;
     auto record = std::make_unique<Precalculated>();
-    record->status = CalculateToResult(record->result, true);
-    if (precalculated) iCalcFreeMemory(precalculated->result.xResultBuffer);
+    record->status = CalculateToResult(record->result);
+    if (precalculated) FreeHostMemory(precalculated->result.xResultBuffer);
     precalculated = std::move(record);
 }
 
@@ -66,19 +67,20 @@ bool RecyclableCalcFormula::PostProcess() {
     return true;
 }
 
-int32_t RecyclableCalcFormula::CalculateToResult(DTCalcResult& result, bool force) {
-    if (!force && precalculated) {
-        const DTCalcResult& stored = precalculated->result;
-        result.iResultBufferLength = stored.iResultBufferLength;
-        result.iType = stored.iType;
-        result.xResultBuffer = nullptr;
-        if (stored.xResultBuffer) {
-            result.xResultBuffer =
-                static_cast<char16_t*>(xCalcAllocateMemory(stored.iResultBufferLength));
-            std::memcpy(result.xResultBuffer, stored.xResultBuffer, stored.iResultBufferLength);
-        }
-        return precalculated->status;
+int32_t RecyclableCalcFormula::CopyPrecalculatedResult(DTCalcResult& result) const {
+    const DTCalcResult& stored = precalculated->result;
+    result.iResultBufferLength = stored.iResultBufferLength;
+    result.iType = stored.iType;
+    result.xResultBuffer = nullptr;
+    if (stored.xResultBuffer) {
+        result.xResultBuffer =
+            static_cast<char16_t*>(AllocateHostMemory(stored.iResultBufferLength));
+        std::memcpy(result.xResultBuffer, stored.xResultBuffer, stored.iResultBufferLength);
     }
+    return precalculated->status;
+}
+
+int32_t RecyclableCalcFormula::CalculateToResult(DTCalcResult& result) {
     try {
         PtrWrapper value(Calculate(nullptr));
         return Convert(value.Get(), result);

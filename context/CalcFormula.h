@@ -22,9 +22,12 @@ public:
     // Tells the host of the formula's references and counts one more use:
     // run after a parse and on every cache hit.
     bool PostProcess() override;
-    // Evaluates into `result` (or replays the precalculated result unless
-    // `force`), answering an ENTCalcErrorCode.
-    int32_t CalculateToResult(DTCalcResult& result, bool force);
+    // Evaluates into `result`, answering an ENTCalcErrorCode.
+    int32_t CalculateToResult(DTCalcResult& result);
+    // A constant formula's result, calculated at its preparation: each call
+    // gets a copy of its own, and needs no calculation context.
+    bool HasPrecalculatedResult() const { return precalculated != nullptr; }
+    int32_t CopyPrecalculatedResult(DTCalcResult& result) const;
     void FillPreparationFlags(DTCalcFormulaPreparationResult& result) const;
     // Drops one use; true when it was the last and the formula must go.
     bool ReleaseUse() { return --useCount == 0; }

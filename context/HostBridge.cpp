@@ -4,6 +4,7 @@
 #include <memory>
 #include <vector>
 
+#include "values/HostMemory.h"
 #include "values/ICalcContext.h"
 #include "values/NumberVectorObject.h"
 #include "values/ObjectFactory.h"
@@ -73,7 +74,7 @@ ParameterArray::ParameterArray(const ArgumentList& arguments, bool forceNumber)
 }
 
 ParameterArray::~ParameterArray() {
-    for (DTCalcFunctionParameterValue& value : values) iCalcFreeMemory(value.xValue);
+    for (DTCalcFunctionParameterValue& value : values) FreeHostMemory(value.xValue);
 }
 
 // The value's own form or, forced, a number for a single number and a

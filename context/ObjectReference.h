@@ -17,10 +17,9 @@ public:
         static const Type& Instance();
         const char16_t* Name() const override { return u"CalcRuntimeObjectReference"; }
         uint32_t Rank() const override { return 255; }
-        bool IsIndirect() const override { return true; }
 
     private:
-        Type() : CalcEngine::Type(&CalcEngine::Type::Root()) {}
+        Type() : CalcEngine::Type(&CalcEngine::Type::Root(), true) {}
     };
 
     CalcRuntimeObjectReference(Environment* environment, const WString& symbol);

@@ -11,6 +11,7 @@
 #include "interface/FaultGuard.h"
 #include "interface/PrepareLock.h"
 #include "interface/ordo.h"
+#include "values/HostMemory.h"
 
 using namespace CalcEngine;
 
@@ -79,7 +80,7 @@ void SetPreparationFailure(DTCalcFormulaPreparationResult& result, CalcContext& 
     size_t characters = summary.size() + 1;
     result.iType = ORDODLL_FUNCTION_RESULT_TYPE_STRING;
     result.xResultBuffer =
-        static_cast<char16_t*>(xCalcAllocateMemory(characters * sizeof(char16_t)));
+        static_cast<char16_t*>(AllocateHostMemory(characters * sizeof(char16_t)));
     std::memcpy(result.xResultBuffer, summary.c_str(), characters * sizeof(char16_t));
     result.iResultBufferLength = static_cast<int32_t>(characters);
 }
@@ -88,10 +89,10 @@ void SetPreparationFailure(DTCalcFormulaPreparationResult& result, CalcContext& 
 
 extern "C" {
 
-ORDO_API void* xCalcAllocateMemory(size_t viBytes) { return std::malloc(viBytes); }
+ORDO_API void* xCalcAllocateMemory(size_t viBytes) { return AllocateHostMemory(viBytes); }
 
 ORDO_API int32_t iCalcFreeMemory(void* vxMem) {
-    std::free(vxMem);
+    FreeHostMemory(vxMem);
     return ORDODLL_RESULT_OK;
 }
 
@@ -145,8 +146,10 @@ ORDO_API int32_t iCalcCalculate(void* vxClientHandle, void* vxHandle, DTCalcResu
     if (!vxHandle || !vxdtResult || !vxClientHandle) return ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
     CalcClient* client = ClientOf(vxClientHandle);
     return Guarded(client, [&]() -> int32_t {
+        RecyclableCalcFormula& formula = *FormulaOf(vxHandle);
+        if (formula.HasPrecalculatedResult()) return formula.CopyPrecalculatedResult(*vxdtResult);
         CallFrame frame(client, vxData);
-        return FormulaOf(vxHandle)->CalculateToResult(*vxdtResult, false);
+        return formula.CalculateToResult(*vxdtResult);
     });
 }
 

@@ -84,9 +84,12 @@ bool Environment::PostProcess() {
 }
 
 Object* Environment::Calculate(ICalcContext* context) {
-    CurrentContextScope scope(context ? context : CurrentContext());
+    if (context && context != CurrentContext()) {
+        CurrentContextScope scope(context);
+        return Calculate(nullptr);
+    }
     try {
-        return EvaluateAll(nullptr);
+        return EvaluateAll();
     } catch (const MathError&) {
         throw;
     } catch (const Error& e) {
@@ -95,9 +98,7 @@ Object* Environment::Calculate(ICalcContext* context) {
     }
 }
 
-Object* Environment::EvaluateAll(ICalcContext* context) {
-    CurrentContext()->NoOperation();
-    CurrentContextScope scope(context ? context : CurrentContext());
+Object* Environment::EvaluateAll() {
     PtrWrapper last;
     for (const ExprPtr& expression : expressions) last.Reset(expression->Evaluate(*this));
     return last.Detach();

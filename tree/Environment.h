@@ -34,7 +34,8 @@ public:
     bool IsConst() const override { return isConst && !constViaReference; }
 
     Object* Evaluate(Environment& environment) const override;
-    Object* EvaluateAll(ICalcContext* context);
+    // Evaluates the expressions in order and answers the last value.
+    Object* EvaluateAll();
     void Dump(WString& out, int options) const override;
     void Accept(SymNodeVisitor& visitor) override;
     void AcceptConst(SymNodeVisitor& visitor) override;

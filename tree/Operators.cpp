@@ -85,6 +85,12 @@ Object* ChooseWorkingValue(Environment& environment, int32_t op, PtrWrapper& lef
 // widened towards the left one, the accumulator chosen and changed in place.
 // Takes the reference of `left`.
 Object* ApplyToValues(Environment& environment, int32_t op, PtrWrapper& left, Object& right) {
+    // The usual case, one class on both sides: the left value is the
+    // accumulator as it is.
+    if (left->objectType.type == right.objectType.type && !right.GetType().IsIndirect()) {
+        std::invoke(operatorCalls[op].apply, *left, right);
+        return left.Detach();
+    }
     PtrWrapper widenedRight;
     Object* rightValue = &right;
     if (right.GetType().IsIndirect()) {

@@ -42,8 +42,6 @@ class ICalcContext {
 public:
     virtual ~ICalcContext() = default;
 
-    // Told when an evaluation starts; nothing to do in the calculation context.
-    virtual void NoOperation() = 0;
     // The object that the name `symbol` stands for in `environment`, bound
     // while the tree is built: a reference to the host's symbol. One
     // reference for the caller.
@@ -74,7 +72,6 @@ public:
     virtual void AddError(const Error& error, int32_t level) = 0;
     // Appends the outcome line and every message, each ended by the line feed.
     virtual void GetSummary(WString& out, const char16_t* title) = 0;
-    virtual void* GetClientData() = 0;
     // The client's line-feed text: the separator and the ending of composed
     // messages.
     virtual const WString& GetLineFeed() = 0;
@@ -100,6 +97,8 @@ public:
     }
     ObjectFactory* GetObjectFactory() const { return objectFactory; }
     CalcClient* GetClient() const { return client; }
+    // The host's pointer for this call, handed to every callback.
+    void* GetClientData() const { return clientData; }
     NullMode& GetNullMode() { return nullMode; }
     double GetNullValue() const { return nullMode.substitute; }
     bool NullAccepted() const { return nullMode.accepted; }
@@ -114,6 +113,7 @@ protected:
 
     ObjectFactory* objectFactory = nullptr;
     CalcClient* client = nullptr;
+    void* clientData = nullptr;
     NullMode nullMode;
     int32_t evaluateNesting = 0;
 

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "values/HostMemory.h"
 #include "values/ICalcContext.h"
 #include "values/ListFunctors.h"
 #include "values/NumberText.h"
@@ -141,7 +142,7 @@ void NumberVectorObject::AppendToStrings(StringVector& out) const {
 void NumberVectorObject::ToResult(DTCalcResult& out) const {
     const uint64_t count = values.size();
     const size_t bytes = sizeof count + count * sizeof(double);
-    auto* buffer = static_cast<unsigned char*>(xCalcAllocateMemory(bytes));
+    auto* buffer = static_cast<unsigned char*>(AllocateHostMemory(bytes));
     std::memcpy(buffer, &count, sizeof count);
     if (count) std::memcpy(buffer + sizeof count, values.data(), count * sizeof(double));
     out.iResultBufferLength = static_cast<int32_t>(bytes);

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "values/Exception.h"
+#include "values/HostMemory.h"
 #include "values/NumberVectorObject.h"
 #include "values/ObjectFactory.h"
 
@@ -75,7 +76,7 @@ void Object::AppendToStrings(StringVector& out) const {
 void Object::ToResult(DTCalcResult& out) const {
     double value;
     GetNumber(value);
-    void* buffer = xCalcAllocateMemory(sizeof value);
+    void* buffer = AllocateHostMemory(sizeof value);
     std::memcpy(buffer, &value, sizeof value);
     out.iResultBufferLength = sizeof value;
     out.iType = ORDODLL_FUNCTION_RESULT_TYPE_NUMBER;

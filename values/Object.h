@@ -36,14 +36,17 @@ protected:
 // One instance per value class; drives promotion by rank.
 class Type : public StreamDumpable {
 public:
-    explicit Type(const Type* parent) : parent(parent) {}
+    // An indirect class (a variable, a mask, a reference) stands for a value
+    // and meets operators only through it.
+    explicit Type(const Type* parent, bool indirect = false) : parent(parent), indirect(indirect) {}
     void Dump(WString& out, int options) const override;
     // An empty object of the class from the current factory; null for
     // classes that cannot be created this way.
     virtual Object* Create(Environment* environment) const;
     virtual const char16_t* Name() const { return u"UNKNOWN"; }
     virtual uint32_t Rank() const { return 0; }
-    virtual bool IsIndirect() const { return false; }
+    // Asked on every operator: a plain field, not a virtual call.
+    bool IsIndirect() const { return indirect; }
 
     // The plain type, parent of every class's type.
     static const Type& Root();
@@ -51,6 +54,9 @@ public:
     bool IsA(const Type& target) const;
 
     const Type* const parent;
+
+private:
+    const bool indirect;
 };
 
 // Names an Object's Type.
@@ -76,7 +82,7 @@ public:
     virtual void GetText(WString& out) const = 0;
     virtual void AppendToNumbers(DoubleVector& out, bool skipNulls) const;
     virtual void AppendToStrings(StringVector& out) const;
-    // Fills a host result record with a buffer from xCalcAllocateMemory.
+    // Fills a host result record with a buffer from the host allocator.
     virtual void ToResult(DTCalcResult& out) const;
     virtual void SetNumber(double value) = 0;
     virtual void SetText(const WString& text) = 0;

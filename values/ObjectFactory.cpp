@@ -33,14 +33,25 @@ T* ObjectFactory::Take(Pool& pool, Environment* environment) {
     return object;
 }
 
-void ObjectFactory::Recycle(Pool& pool, Object* object) {
-    object->Clear();
+// The class's own Clear, called without going through the virtual table.
+template <class T>
+void ObjectFactory::Recycle(Pool& pool, T* object) {
+    object->T::Clear();
     if (pool.size() >= PoolLimit) {
         delete object;
     } else {
         pool.push_back(object);
     }
 }
+
+void ObjectFactory::RecycleVariable(VariableObject* object) { Recycle(variablePool, object); }
+void ObjectFactory::RecycleNumberVector(NumberVectorObject* object) {
+    Recycle(numberVectorPool, object);
+}
+void ObjectFactory::RecycleString(StringObject* object) { Recycle(stringPool, object); }
+void ObjectFactory::RecycleFloat(FloatObject* object) { Recycle(floatPool, object); }
+void ObjectFactory::RecycleInt(IntObject* object) { Recycle(intPool, object); }
+void ObjectFactory::RecycleEmpty(EmptyObject* object) { Recycle(emptyPool, object); }
 
 Object* ObjectFactory::Duplicate(const Object* src) { return src ? src->Clone() : nullptr; }
 

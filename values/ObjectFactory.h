@@ -12,6 +12,13 @@
 
 namespace CalcEngine {
 
+class EmptyObject;
+class FloatObject;
+class IntObject;
+class NumberVectorObject;
+class StringObject;
+class VariableObject;
+
 class ObjectFactory {
 public:
     static constexpr size_t PoolLimit = 100;
@@ -38,12 +45,14 @@ public:
     // undefined); a `value` that is a variable already is that variable.
     Object* CreateVariable(Environment* environment, Object* value);
 
-    void RecycleVariable(Object* object) { Recycle(variablePool, object); }
-    void RecycleNumberVector(Object* object) { Recycle(numberVectorPool, object); }
-    void RecycleString(Object* object) { Recycle(stringPool, object); }
-    void RecycleFloat(Object* object) { Recycle(floatPool, object); }
-    void RecycleInt(Object* object) { Recycle(intPool, object); }
-    void RecycleEmpty(Object* object) { Recycle(emptyPool, object); }
+    // Each clears the object and keeps it in its pool, or deletes it when the
+    // pool is full.
+    void RecycleVariable(VariableObject* object);
+    void RecycleNumberVector(NumberVectorObject* object);
+    void RecycleString(StringObject* object);
+    void RecycleFloat(FloatObject* object);
+    void RecycleInt(IntObject* object);
+    void RecycleEmpty(EmptyObject* object);
     void Discard(Object* object) { delete object; }
 
     // Objects held in this factory's pools (leak checks).
@@ -54,7 +63,8 @@ private:
     // The object pushed last, else a new one; counted once, in `environment`.
     template <class T>
     static T* Take(Pool& pool, Environment* environment);
-    static void Recycle(Pool& pool, Object* object);
+    template <class T>
+    static void Recycle(Pool& pool, T* object);
     // Every pool of `self`, const or not.
     template <class Self>
     static auto PoolsOf(Self& self) {

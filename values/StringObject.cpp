@@ -4,6 +4,7 @@
 #include <cstring>
 #include <functional>
 
+#include "values/HostMemory.h"
 #include "values/ICalcContext.h"
 #include "values/NumberText.h"
 #include "values/NumberVectorObject.h"
@@ -130,7 +131,7 @@ void StringObject::ToResult(DTCalcResult& out) const {
         return;
     }
     const size_t bytes = (text.size() + 1) * sizeof(char16_t);
-    out.xResultBuffer = static_cast<char16_t*>(xCalcAllocateMemory(bytes));
+    out.xResultBuffer = static_cast<char16_t*>(AllocateHostMemory(bytes));
     std::memcpy(out.xResultBuffer, text.c_str(), bytes);
     out.iResultBufferLength = static_cast<int32_t>(bytes);
 }
@@ -210,7 +211,9 @@ void StringObject::OperatorPow(const Object&) { WarnUnsupported(OpPow); }
 Object* StringObject::OperatorLand(const LazyOperand& right) {
     return ApplyLogical(&Object::OperatorLand, right);
 }
-Object* StringObject::OperatorLor(const LazyOperand& right) { return ApplyLogical(&Object::OperatorLor, right); }
+Object* StringObject::OperatorLor(const LazyOperand& right) {
+    return ApplyLogical(&Object::OperatorLor, right);
+}
 Object* StringObject::OperatorLxor(const LazyOperand& right) {
     return ApplyLogical(&Object::OperatorLxor, right);
 }
@@ -275,7 +278,8 @@ Object* StringObject::ReadNumberObject() const {
                             : factory.CreateEmpty(environment);
 }
 
-Object* StringObject::ApplyLogical(Object* (Object::*op)(const LazyOperand&), const LazyOperand& right) {
+Object* StringObject::ApplyLogical(Object* (Object::*op)(const LazyOperand&),
+                                   const LazyOperand& right) {
     PtrWrapper number(ReadNumberObject());
     if (Object* replacement = ((*number).*op)(right)) return replacement;
     return number.Detach();

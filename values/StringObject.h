@@ -5,8 +5,8 @@
 
 #include <cstdint>
 
-#include "values/OperatorTable.h"
 #include "values/Object.h"
+#include "values/OperatorTable.h"
 
 namespace CalcEngine {
 

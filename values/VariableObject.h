@@ -15,12 +15,11 @@ public:
     public:
         static const Type& Instance();
         const char16_t* Name() const override { return u"VariableObject"; }
-        // An operator reaches the value through the variable, never the
-        // variable itself.
-        bool IsIndirect() const override { return true; }
 
     private:
-        Type() : CalcEngine::Type(&CalcEngine::Type::Root()) {}
+        // Indirect: an operator reaches the value through the variable, never
+        // the variable itself.
+        Type() : CalcEngine::Type(&CalcEngine::Type::Root(), true) {}
     };
 
     VariableObject() : Object(Type::Instance()) {}

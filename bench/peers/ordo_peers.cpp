@@ -145,6 +145,12 @@ struct Work {
     }
 };
 
+std::string ManyRanges() {
+    std::string list = "[";
+    for (int i = 0; i < 10000; ++i) list += "1..100 ";
+    return list + "] * t + 1";
+}
+
 struct Case {
     const char* name;
     std::string formula;  // empty: preparation of new texts
@@ -167,6 +173,8 @@ const std::vector<Case>& Cases() {
          50000},
         {"prepare + free, 64 characters", "", {&ordo, &muparserx, &muparser}, 5000},
         {"[1..1000000] * t + 1", "[1..1000000] * t + 1", {&ordo, &plainLoops}, 10},
+        // The same million numbers from 10,000 ranges: no slower than one.
+        {"10,000 ranges of 100 * t + 1", ManyRanges(), {&ordo, &plainLoops}, 10},
         // The peers cannot share a parser between threads: each of their
         // threads has its own, which shows what two threads cost on this
         // machine with nothing shared at all.

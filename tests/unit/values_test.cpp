@@ -131,7 +131,7 @@ TEST(ObjectFactory, PoolHoldsAtMostItsLimit) {
         for (size_t i = 0; i <= ObjectFactory::PoolLimit; ++i) {
             objects.push_back(factory.CreateInt(nullptr, 1));
         }
-        for (Object* object : objects) factory.RecycleInt(object);
+        for (Object* object : objects) factory.RecycleInt(static_cast<IntObject*>(object));
         EXPECT_EQ(factory.PooledCount(), ObjectFactory::PoolLimit);
         EXPECT_EQ(Object::LiveCount(), before + long(ObjectFactory::PoolLimit));
     }
