@@ -14,7 +14,7 @@ CalcContext::CalcContext(CalcClient* client, void* clientData) {
     this->clientData = clientData;
     SetQuota(client->quota);
     nullMode.substitute = NullNumber();
-    for (uint32_t& separator : separators) separator = Unset;
+    for (uint32_t& separator : separators) separator = UnsetSeparator;
     if (client->expressionListSeparator)
         separators[ExpressionListIndex] = client->expressionListSeparator;
     if (client->decimalSeparator) separators[DecimalIndex] = client->decimalSeparator;

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <map>
+#include <utility>
 #include <vector>
 
 #include "values/ICalcContext.h"
@@ -14,16 +15,6 @@ namespace CalcEngine {
 
 class CalcContext final : public ICalcContext {
 public:
-    static constexpr uint32_t Unset = 0xFFFFFFFF;
-    enum SeparatorIndex {
-        DecimalIndex,
-        ExpressionListIndex,
-        Separator3Index,
-        Separator4Index,
-        Separator5Index,
-        SeparatorCount
-    };
-
     CalcContext(CalcClient* client, void* clientData);
     ~CalcContext() override;
     CalcContext(const CalcContext&) = delete;
@@ -40,6 +31,9 @@ public:
     char16_t GetSeparator3() override { return Separator(Separator3Index, u','); }
     char16_t GetSeparator4() override { return Separator(Separator4Index, u' '); }
     char16_t GetSeparator5() override { return Separator(Separator5Index, u','); }
+    uint32_t ExchangeSeparator(int index, uint32_t value) override {
+        return std::exchange(separators[index], value);
+    }
     bool FindFunction(const WString& name) override;
     void AddWarning(const WString& text, int32_t level) override;
     void AddError(const WString& text, const Error::Category& category, int32_t level) override;
@@ -61,7 +55,8 @@ private:
     };
 
     char16_t Separator(int index, char16_t fallback) const {
-        return separators[index] == Unset ? fallback : static_cast<char16_t>(separators[index]);
+        return separators[index] == UnsetSeparator ? fallback
+                                                   : static_cast<char16_t>(separators[index]);
     }
     void AddMessage(const Error::Category& category, const WString& text, int32_t level);
 

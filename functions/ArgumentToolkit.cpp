@@ -46,7 +46,8 @@ Object* ReevaluateArgument(Environment& environment, FunctionArgument& argument,
 }
 
 void RequireArgument(const FunctionArgument& argument, size_t index) {
-    if (!argument.value) RaiseRuntimeError(u"couldn't evaluate " + Ordinal(index + 1) + u" parameter");
+    if (!argument.value)
+        RaiseRuntimeError(u"couldn't evaluate " + Ordinal(index + 1) + u" parameter");
 }
 
 Object& RequireEvaluatedArgument(Environment& environment, FunctionArgument& argument,
@@ -69,8 +70,8 @@ void FlattenNumbers(const ArgumentList& arguments, DoubleVector& target, bool ho
 
 void WrapParameterError(const Error& error, const char16_t* functionName, int index) {
     if (dynamic_cast<const MathError*>(&error)) error.Rethrow();
-    WString message = error.GetMessage() + CurrentContext()->GetLineFeed() +
-                      u"Error occurred while evaluating";
+    WString message =
+        error.GetMessage() + CurrentContext()->GetLineFeed() + u"Error occurred while evaluating";
     if (index != -1) message += u" " + Ordinal(static_cast<size_t>(index) + 1);
     RaiseRuntimeError(message + u" parameter for function " + functionName + u".");
 }

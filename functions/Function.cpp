@@ -15,8 +15,8 @@ const char16_t* ParameterWording(uint32_t count) {
 
 }  // namespace
 
-ICalcFunction::ICalcFunction(const char16_t* category, const char16_t* name,
-                             const char16_t* alias, uint8_t flags)
+ICalcFunction::ICalcFunction(const char16_t* category, const char16_t* name, const char16_t* alias,
+                             uint8_t flags)
     : category(OrEmpty(category)), name(OrEmpty(name)), alias(OrEmpty(alias)), flags(flags) {}
 
 BuiltinFunction::BuiltinFunction(const BuiltinEntry& entry)
@@ -49,7 +49,8 @@ void BuiltinFunction::CheckParameters(ICalcContext& context,
     WString message = u"Wrong number of parameters for function " + name + u" (got " +
                       ToDecimal(count) + u" parameter" + (count > 1 ? u"s" : u"") + u" when ";
     if (count < requiredParameters)
-        message += u"at least " + ToDecimal(requiredParameters) + ParameterWording(requiredParameters);
+        message +=
+            u"at least " + ToDecimal(requiredParameters) + ParameterWording(requiredParameters);
     if (count > maximumParameters)
         message += u"at most " + ToDecimal(maximumParameters) + ParameterWording(maximumParameters);
     RaiseSemanticError(message + u"expected)!");

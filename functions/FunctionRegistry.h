@@ -33,5 +33,7 @@ private:
 
 // The registration tables of the builtin families.
 extern const std::span<const BuiltinEntry> controlFunctions;
+extern const std::span<const BuiltinEntry> mathFunctions;
+extern const std::span<const BuiltinEntry> textFunctions;
 
 }  // namespace CalcEngine

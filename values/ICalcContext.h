@@ -40,6 +40,18 @@ struct NullMode {
 // here as plain data, so that it costs a load and no call.
 class ICalcContext {
 public:
+    // The separators a context holds, by index; a value of UnsetSeparator
+    // stands for the default.
+    enum SeparatorIndex {
+        DecimalIndex,
+        ExpressionListIndex,
+        Separator3Index,
+        Separator4Index,
+        Separator5Index,
+        SeparatorCount
+    };
+    static constexpr uint32_t UnsetSeparator = 0xFFFFFFFF;
+
     virtual ~ICalcContext() = default;
 
     // The object that the name `symbol` stands for in `environment`, bound
@@ -63,6 +75,8 @@ public:
     // Separator of a number list's text form.
     virtual char16_t GetSeparator4() = 0;
     virtual char16_t GetSeparator5() = 0;
+    // Sets the separator `index` to `value` and answers the value it had.
+    virtual uint32_t ExchangeSeparator(int index, uint32_t value) = 0;
     // Whether `name` is a known function (case-insensitive, a trailing '_'
     // ignored).
     virtual bool FindFunction(const WString& name) = 0;
@@ -143,6 +157,24 @@ public:
 
 private:
     ICalcContext* saved;
+};
+
+// Sets a separator for its lifetime and puts the saved value back after:
+// `index` names one separator, or FirstThree the first three at once.
+class SeparatorOverride {
+public:
+    static constexpr int FirstThree = 6;
+
+    SeparatorOverride(ICalcContext& context, int index, char16_t character);
+    ~SeparatorOverride();
+    SeparatorOverride(const SeparatorOverride&) = delete;
+    SeparatorOverride& operator=(const SeparatorOverride&) = delete;
+
+private:
+    ICalcContext& context;
+    int first;
+    int count;
+    uint32_t saved[3];
 };
 
 // Adds one to the context's Evaluate nesting for its lifetime.

@@ -4,6 +4,8 @@
 #include <unicode/ustring.h>
 #include <unicode/utf16.h>
 
+#include "values/Exception.h"
+
 namespace CalcEngine {
 
 namespace {
@@ -46,15 +48,19 @@ WString Ordinal(size_t n) {
     return n >= 1 && n <= 3 ? WString(first[n - 1]) : ToDecimal(static_cast<long long>(n)) + u"th";
 }
 
-WString ToLowerCase(const WString& text) {
+namespace {
+
+// Maps each code point of `text` with `map`.
+template <class Map>
+WString MapCase(const WString& text, Map map) {
     WString out;
     out.reserve(text.size());
     const int32_t length = static_cast<int32_t>(text.size());
     for (int32_t i = 0; i < length;) {
         UChar32 c;
         U16_NEXT(text.data(), i, length, c);
-        // A lone surrogate comes back as itself: u_tolower leaves it alone.
-        c = u_tolower(c);
+        // A lone surrogate comes back as itself: the case maps leave it alone.
+        c = map(c);
         if (U_IS_BMP(c)) {
             out += static_cast<char16_t>(c);
         } else {
@@ -63,6 +69,17 @@ WString ToLowerCase(const WString& text) {
         }
     }
     return out;
+}
+
+}  // namespace
+
+WString ToLowerCase(const WString& text) { return MapCase(text, u_tolower); }
+WString ToUpperCase(const WString& text) { return MapCase(text, u_toupper); }
+
+void CheckTextLength(size_t length) {
+    if (length > MaxTextLength)
+        RaiseRuntimeError(u"the text would be longer than " + ToDecimal(MaxTextLength) +
+                          u" characters");
 }
 
 }  // namespace CalcEngine
