@@ -3,6 +3,7 @@
 #include <benchmark/benchmark.h>
 
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include "context/CalcContext.h"
@@ -88,8 +89,9 @@ BENCHMARK_CAPTURE(CalculateWithSymbol, BuiltinCall, u"Coalesce(x, 0)");
 BENCHMARK_CAPTURE(CalculateWithSymbol, If, u"If(x > 0, x, -x)");
 
 // Evaluation of a parsed tree inside a calculation context, as a calculate
-// does it, without the result conversion.
-void Evaluate(benchmark::State& state, const char16_t* text, int64_t nodes) {
+// does it, without the result conversion; reported per unit of work (a node,
+// a list element, a character).
+void Evaluate(benchmark::State& state, const char16_t* text, int64_t units, const char* unit) {
     CalcContext context(static_cast<CalcClient*>(Client()), nullptr);
     Environment formula;
     formula.Parse(text, &context);
@@ -98,12 +100,23 @@ void Evaluate(benchmark::State& state, const char16_t* text, int64_t nodes) {
         benchmark::DoNotOptimize(value);
         Release(value);
     }
-    state.counters["ns/node"] =
-        benchmark::Counter(static_cast<double>(state.iterations() * nodes),
+    state.counters[std::string("ns/") + unit] =
+        benchmark::Counter(static_cast<double>(state.iterations() * units),
                            benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
-BENCHMARK_CAPTURE(Evaluate, TwentyNodeTree, twentyNodes, 20);
-BENCHMARK_CAPTURE(Evaluate, MillionList, millionList, 1)->Unit(benchmark::kMillisecond);
+
+// Upper of a text of 1,000 characters.
+const std::u16string upperOfThousand = u"Upper(\"" + std::u16string(1000, u'a') + u"\")";
+
+BENCHMARK_CAPTURE(Evaluate, TwentyNodeTree, twentyNodes, 20, "node");
+BENCHMARK_CAPTURE(Evaluate, MillionList, millionList, 1000000, "element")
+    ->Unit(benchmark::kMillisecond);
+// The range alone, and the range through Sqrt: the difference is Sqrt's.
+BENCHMARK_CAPTURE(Evaluate, RangeOfMillion, u"[1..1000000]", 1000000, "element")
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(Evaluate, SqrtOfMillionList, u"Sqrt([1..1000000])", 1000000, "element")
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(Evaluate, UpperOfThousandCharacters, upperOfThousand.c_str(), 1000, "character");
 
 // The same work as the million-element formula, written as plain C++.
 void PlainLoopMillionList(benchmark::State& state) {

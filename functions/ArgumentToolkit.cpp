@@ -1,6 +1,7 @@
 #include "functions/ArgumentToolkit.h"
 
 #include "values/ICalcContext.h"
+#include "values/ObjectFactory.h"
 
 namespace CalcEngine {
 
@@ -55,6 +56,35 @@ Object& RequireEvaluatedArgument(Environment& environment, FunctionArgument& arg
     ReevaluateArgument(environment, argument, nullptr, static_cast<int>(index));
     RequireArgument(argument, index);
     return *argument.value;
+}
+
+WString TextArgument(const FunctionArgument& argument, size_t place) {
+    RequireArgument(argument, place);
+    WString text;
+    argument.value->GetText(text);
+    return text;
+}
+
+double NumberArgument(const FunctionArgument& argument, size_t place) {
+    RequireArgument(argument, place);
+    double value;
+    argument.value->GetNumber(value);
+    return value;
+}
+
+int32_t IntArgument(const FunctionArgument& argument, size_t place) {
+    RequireArgument(argument, place);
+    int32_t value;
+    argument.value->GetInt(value);
+    return value;
+}
+
+Object* NewNumber(Environment& environment, double value) {
+    return CurrentFactory()->CreateFloat(&environment, value);
+}
+
+Object* NewText(Environment& environment, const WString& text) {
+    return CurrentFactory()->CreateString(&environment, text);
 }
 
 void FlattenNumbers(const ArgumentList& arguments, DoubleVector& target, bool honourNullMode) {

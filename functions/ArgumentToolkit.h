@@ -28,6 +28,16 @@ void RequireArgument(const FunctionArgument& argument, size_t index);
 Object& RequireEvaluatedArgument(Environment& environment, FunctionArgument& argument,
                                  size_t index);
 
+// A parameter's value read as text, a number or an integer; it must have a
+// value, and `place` is the index that a missing one is reported as.
+WString TextArgument(const FunctionArgument& argument, size_t place);
+double NumberArgument(const FunctionArgument& argument, size_t place);
+int32_t IntArgument(const FunctionArgument& argument, size_t place);
+
+// A new number or text for a handler's result, one reference for the caller.
+Object* NewNumber(Environment& environment, double value);
+Object* NewText(Environment& environment, const WString& text);
+
 // Appends the numbers of every argument, in order, to `target`; each must
 // have a value. With `honourNullMode`, nulls are left out while the context
 // ignores nulls.

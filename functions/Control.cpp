@@ -34,10 +34,6 @@ bool IsNumberList(const Object& object) {
 
 bool IsEmpty(const Object& object) { return object.GetType().IsA(EmptyObject::Type::Instance()); }
 
-Object* NewNumber(Environment& environment, double value) {
-    return CurrentFactory()->CreateFloat(&environment, value);
-}
-
 // The value of a record with one more reference, for returning it.
 Object* Retained(const FunctionArgument& argument) {
     if (argument.value) AddRef(argument.value.Get());

@@ -198,7 +198,9 @@ void StringObject::OperatorLnot() { RewriteNumbers(&Object::OperatorLnot); }
 
 void StringObject::OperatorPlus(const Object& right) {
     WString scratch;
-    text += TextOf(right, scratch);
+    const WString& tail = TextOf(right, scratch);
+    CheckTextLength(text.size() + tail.size());
+    text += tail;
 }
 
 void StringObject::OperatorMinus(const Object&) { WarnUnsupported(OpMinus); }

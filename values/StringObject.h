@@ -46,7 +46,8 @@ public:
 
     void UnaryPlus() override {}
     void UnaryMinus() override;
-    // Appends the right operand's text.
+    // Appends the right operand's text; raises instead where the text would
+    // pass the limit, which a loop of appends could otherwise reach.
     void OperatorPlus(const Object& right) override;
     // Arithmetic other than plus leaves the text and warns.
     void OperatorMinus(const Object& right) override;

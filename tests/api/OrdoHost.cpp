@@ -57,13 +57,14 @@ std::string ParameterText(const DTCalcFunctionParameterValue& parameter) {
 
 int32_t OnReference(DTExternalObjectReferenceData* data, void* vxData) {
     Host& host = *static_cast<Host*>(vxData);
-    ReferenceReport report{Narrow(data->xcSymbol), data->iFlags, data->iStartPos, {},
-                           data->xdtConstParams != nullptr};
+    ReferenceReport report{
+        Narrow(data->xcSymbol), data->iFlags, data->iStartPos, {}, data->xdtConstParams != nullptr};
     for (auto* parameter = data->xdtConstParams; parameter; parameter = parameter->xdtNext)
         report.constParams.emplace_back(parameter->iType, ParameterText(*parameter));
     host.references.push_back(report);
     for (const std::string& symbol : host.constSymbols) {
-        if (symbol == report.symbol) data->iFlags |= ORDODLL_EXTERNAL_OBJECT_REFERENCE_FLAG_CONST_VALUE;
+        if (symbol == report.symbol)
+            data->iFlags |= ORDODLL_EXTERNAL_OBJECT_REFERENCE_FLAG_CONST_VALUE;
     }
     return host.referenceFailure;
 }
@@ -126,6 +127,16 @@ Host::Host(const HostOptions& options) {
 Host::~Host() {
     iCalcFinalize(client);
     currentHost = nullptr;
+}
+
+std::string Raised(const std::string& message, const std::string& function) {
+    return "Runtime error:\n" + message + "\nError occurred while calculating function " +
+           function + ".\n\n";
+}
+
+std::string WrongCount(const std::string& detail) {
+    return "Formula preparation failed\nSemantic error:\nWrong number of parameters for function " +
+           detail + "!\n\n";
 }
 
 Outcome TakeResult(int32_t code, DTCalcResult& result) {

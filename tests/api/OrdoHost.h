@@ -57,7 +57,7 @@ struct HostOptions {
 // What the host was told of one reference.
 struct ReferenceReport {
     std::string symbol;
-    int32_t flags;     // as the library passed them
+    int32_t flags;  // as the library passed them
     int32_t position;
     // The constant arguments, each as its type and its text (a number in
     // %g form), empty when the library sent none.
@@ -94,6 +94,11 @@ public:
     std::vector<std::string> constSymbols;
     int32_t referenceFailure = ORDODLL_RESULT_OK;
 };
+
+// The summary entries of the dispatcher's messages, for a host whose line
+// feed is "\n": a handler's error, and a wrong number of parameters.
+std::string Raised(const std::string& message, const std::string& function);
+std::string WrongCount(const std::string& detail);
 
 // Reads a result record and frees its buffer.
 Outcome TakeResult(int32_t code, DTCalcResult& result);

@@ -22,17 +22,6 @@ const std::string ZzMessage =
 // What a lazy function's evaluation of zz leaves in the summary.
 const std::string ZzReport = "Runtime error:\n" + ZzMessage + "\n\n";
 
-// A message raised by a handler, as the dispatcher completes it.
-std::string Raised(const std::string& message, const std::string& function) {
-    return "Runtime error:\n" + message + "\nError occurred while calculating function " +
-           function + ".\n\n";
-}
-
-std::string WrongCount(const std::string& detail) {
-    return "Formula preparation failed\nSemantic error:\nWrong number of parameters for function " +
-           detail + "!\n\n";
-}
-
 struct Row {
     std::string formula;
     std::string result;  // the value's text, Null, or the summary when code is not 0
