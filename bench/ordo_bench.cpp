@@ -26,8 +26,28 @@ int32_t SymbolIsTwo(const char16_t*, DTCalcFunctionParameterValue*, int32_t, DTC
     return ORDODLL_RESULT_OK;
 }
 
+// A host function of two numbers: their sum.
+int32_t Add(int32_t, DTCalcFunctionParameterValue* parameters, void*, DTCalcResult* result) {
+    auto* sum = static_cast<double*>(xCalcAllocateMemory(sizeof(double)));
+    *sum = *static_cast<double*>(parameters->xValue) +
+           *static_cast<double*>(parameters->xdtNext->xValue);
+    result->xResultBuffer = reinterpret_cast<char16_t*>(sum);
+    result->iResultBufferLength = sizeof(double);
+    return ORDODLL_RESULT_OK;
+}
+
+void* NewClient() {
+    void* client = NewTestClient(SymbolIsTwo, ORDODLL_FLAG_FORCE_FLOAT_RESULT);
+    DTCalcFunctionParameter second{u"b", 0, ORDODLL_FUNCTION_PARAMETER_TYPE_NUMBER, nullptr};
+    DTCalcFunctionParameter first{u"a", 0, ORDODLL_FUNCTION_PARAMETER_TYPE_NUMBER, &second};
+    DTCalcFunction add{
+        u"HostAdd", nullptr, u"Bench", &first, 0, ORDODLL_FUNCTION_RESULT_TYPE_NUMBER, Add};
+    iCalcRegisterFunction(client, &add);
+    return client;
+}
+
 void* Client() {
-    static void* client = NewTestClient(SymbolIsTwo, ORDODLL_FLAG_FORCE_FLOAT_RESULT);
+    static void* client = NewClient();
     return client;
 }
 
@@ -87,6 +107,8 @@ BENCHMARK_CAPTURE(CalculateWithSymbol, Arithmetic, u"x * 2 + 1");
 BENCHMARK_CAPTURE(CalculateWithSymbol, BuiltinCall, u"Coalesce(x, 0)");
 // A lazy builtin that evaluates two of its three arguments.
 BENCHMARK_CAPTURE(CalculateWithSymbol, If, u"If(x > 0, x, -x)");
+// A host function with two number arguments.
+BENCHMARK_CAPTURE(CalculateWithSymbol, HostFunction, u"HostAdd(x, 1)");
 
 // Evaluation of a parsed tree inside a calculation context, as a calculate
 // does it, without the result conversion; reported per unit of work (a node,

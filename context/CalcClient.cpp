@@ -67,3 +67,13 @@ void CalcClient::OnExternalObjectReferenceCreated(int32_t position, const WStrin
                            symbol);
     referenceFlags = data.iFlags;
 }
+
+void CalcClient::OnExternalFunctionCallCreated(const WString& name) const {
+    if (!onExternalFunctionCallCreated) return;
+    const int32_t code =
+        onExternalFunctionCallCreated(name.c_str(), CurrentContext()->GetClientData());
+    if (code != ORDODLL_RESULT_OK)
+        RaiseSemanticError(CallbackErrorHead(code) +
+                           u" occurred while initializing external function call to function: " +
+                           name);
+}

@@ -32,6 +32,10 @@ public:
                                           DTCalcFunctionParameterValue* parameters,
                                           int32_t& flags) const;
 
+    // Tells the host, when it has the callback, of a call of its function
+    // `name`. A failure raises a SemanticError.
+    void OnExternalFunctionCallCreated(const CalcEngine::WString& name) const;
+
     TCalcGetSymbolValueFunc getSymbolValue;
     TCalcWriteLogEntryFunc writeLogEntry;
     TCalcOnExternalObjectReferenceCreatedFunc onExternalObjectReferenceCreated;

@@ -101,6 +101,10 @@ void CalcContext::WriteLogEntry(const WString& text, int32_t priority) {
     client->WriteLogEntry(text, priority);
 }
 
+void CalcContext::OnExternalFunctionCallCreated(const WString& name) {
+    client->OnExternalFunctionCallCreated(name);
+}
+
 Object* CalcContext::FindVariable(const WString& name) {
     for (auto scope = scopes.rbegin(); scope != scopes.rend(); ++scope) {
         auto found = scope->find(name);

@@ -41,6 +41,7 @@ public:
     void GetSummary(WString& out, const char16_t* title) override;
     const WString& GetLineFeed() override;
     void WriteLogEntry(const WString& text, int32_t priority) override;
+    void OnExternalFunctionCallCreated(const WString& name) override;
     void PushScope() override { scopes.emplace_back(); }
     void PopScope() override { scopes.pop_back(); }
     Object* FindVariable(const WString& name) override;

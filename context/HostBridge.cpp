@@ -13,14 +13,6 @@ namespace CalcEngine {
 
 namespace {
 
-WString TextFromBuffer(const DTCalcResult& result) {
-    const char16_t* text = result.xResultBuffer;
-    size_t limit = static_cast<size_t>(result.iResultBufferLength) / sizeof(char16_t);
-    size_t length = 0;
-    while (length < limit && text[length]) ++length;
-    return WString(text, length);
-}
-
 double ReadDouble(const void* bytes) {
     double value;
     std::memcpy(&value, bytes, sizeof value);
@@ -60,9 +52,16 @@ Object* NumberListFromBuffer(Environment* environment, const DTCalcResult& resul
 
 }  // namespace
 
+ParameterArray::ParameterArray(size_t count) : values(count), labels(count) {
+    for (size_t i = 0; i < count; ++i) {
+        values[i].xcLabel = labels[i].c_str();
+        values[i].iType = ORDODLL_FUNCTION_PARAMETER_TYPE_NUMBER;
+        if (i + 1 < count) values[i].xdtNext = &values[i + 1];
+    }
+}
+
 ParameterArray::ParameterArray(const ArgumentList& arguments, bool forceNumber)
-    : values(arguments.size()), labels(arguments.size()) {
-    for (size_t i = 0; i + 1 < values.size(); ++i) values[i].xdtNext = &values[i + 1];
+    : ParameterArray(arguments.size()) {
     for (size_t i = 0; i < values.size(); ++i) {
         const FunctionArgument& argument = arguments[i];
         if (!argument.value)
@@ -74,7 +73,42 @@ ParameterArray::ParameterArray(const ArgumentList& arguments, bool forceNumber)
 }
 
 ParameterArray::~ParameterArray() {
-    for (DTCalcFunctionParameterValue& value : values) FreeHostMemory(value.xValue);
+    for (DTCalcFunctionParameterValue& value : values) {
+        if (value.iType == ORDODLL_FUNCTION_PARAMETER_TYPE_VARREF && value.xValue) {
+            auto* reference = static_cast<DTCalcFunctionVarRefParameterValue*>(value.xValue);
+            FreeHostMemory(const_cast<char16_t*>(reference->xcIdentifier));
+        }
+        FreeHostMemory(value.xValue);
+    }
+}
+
+void ParameterArray::SetReference(size_t i, const WString& symbol,
+                                  std::unique_ptr<ParameterArray> arguments) {
+    auto* reference = static_cast<DTCalcFunctionVarRefParameterValue*>(
+        AllocateHostMemory(sizeof(DTCalcFunctionVarRefParameterValue)));
+    reference->xcIdentifier = nullptr;
+    reference->xdtParameters = arguments ? arguments->First() : nullptr;
+    values[i].xValue = reference;
+    values[i].iType = ORDODLL_FUNCTION_PARAMETER_TYPE_VARREF;
+    reference->xcIdentifier = HostTextCopy(symbol);
+    if (arguments) nested.push_back(std::move(arguments));
+}
+
+WString TextOfResult(const DTCalcResult& result) {
+    const char16_t* text = result.xResultBuffer;
+    if (!text) return WString();
+    if (result.iResultBufferLength <= 0) return WString(text);
+    const size_t limit = static_cast<size_t>(result.iResultBufferLength) / sizeof(char16_t);
+    size_t length = 0;
+    while (length < limit && text[length]) ++length;
+    return WString(text, length);
+}
+
+char16_t* HostTextCopy(const WString& text) {
+    const size_t bytes = (text.size() + 1) * sizeof(char16_t);
+    auto* copy = static_cast<char16_t*>(AllocateHostMemory(bytes));
+    std::memcpy(copy, text.c_str(), bytes);
+    return copy;
 }
 
 // The value's own form or, forced, a number for a single number and a
@@ -102,8 +136,7 @@ Object* CreateObjectFromResult(Environment* environment, int32_t failed, int32_t
     switch (type) {
         case ORDODLL_FUNCTION_RESULT_TYPE_UNKNOWN:
         case ORDODLL_FUNCTION_RESULT_TYPE_STRING:
-            return factory.CreateString(environment,
-                                        result.xResultBuffer ? TextFromBuffer(result) : WString());
+            return factory.CreateString(environment, TextOfResult(result));
         case ORDODLL_FUNCTION_RESULT_TYPE_NUMBERLIST:
         case ORDODLL_FUNCTION_RESULT_TYPE_RAW_NUMBERLIST:
             if (!result.xResultBuffer || result.iResultBufferLength < 8)

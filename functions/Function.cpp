@@ -100,4 +100,9 @@ Object* CalcFunctionReference::Evaluate(Environment& environment,
     return result;
 }
 
+void CalcFunctionReference::ReportCreated() const {
+    if (function.IsHostImplemented())
+        CurrentContext()->OnExternalFunctionCallCreated(function.name);
+}
+
 }  // namespace CalcEngine

@@ -33,6 +33,9 @@ public:
                               const ExpressionList& parameters) const = 0;
     // Raises SemanticError when the number of `parameters` does not fit.
     virtual void CheckParameters(ICalcContext& context, const ExpressionList& parameters) const = 0;
+    // Whether the host implements the function: the host is told of each
+    // call of it that a formula makes.
+    virtual bool IsHostImplemented() const { return false; }
 
     const WString category;
     const WString name;
@@ -94,6 +97,7 @@ public:
     Object* Evaluate(Environment& environment, const ExpressionList& arguments) const override;
     void Dump(WString& out) const override { out += function.name; }
     bool IsConst() const override { return function.flags & ICalcFunction::Pure; }
+    void ReportCreated() const override;
 
 private:
     const ICalcFunction& function;

@@ -171,15 +171,23 @@ const BuiltinEntry* FindEntry(std::u16string_view name) {
 }  // namespace
 
 FunctionRegistry::FunctionRegistry() {
+    auto names = std::make_shared<Names>();
     for (std::u16string_view name : registrationOrder) {
         if (const BuiltinEntry* entry = FindEntry(name))
-            Add(std::make_unique<BuiltinFunction>(*entry));
+            File(*names, std::make_unique<BuiltinFunction>(*entry));
     }
+    byName.store(std::move(names));
 }
 
 void FunctionRegistry::Add(std::unique_ptr<ICalcFunction> function) {
-    byName[ToLowerCase(function->name)] = function.get();
-    byName[ToLowerCase(function->alias)] = function.get();
+    auto names = std::make_shared<Names>(*byName.load());
+    File(*names, std::move(function));
+    byName.store(std::move(names));
+}
+
+void FunctionRegistry::File(Names& names, std::unique_ptr<ICalcFunction> function) {
+    names[ToLowerCase(function->name)] = function.get();
+    names[ToLowerCase(function->alias)] = function.get();
     function->index = static_cast<uint32_t>(functions.size());
     functions.push_back(std::move(function));
 }
@@ -190,8 +198,9 @@ const ICalcFunction* FunctionRegistry::Find(const WString& name, bool& trailingM
     // The empty key holds the functions without an alias: no name reaches it,
     // not even "_".
     if (key.empty()) return nullptr;
-    auto found = byName.find(key);
-    return found == byName.end() ? nullptr : found->second;
+    const std::shared_ptr<const Names> names = byName.load();
+    auto found = names->find(key);
+    return found == names->end() ? nullptr : found->second;
 }
 
 }  // namespace CalcEngine

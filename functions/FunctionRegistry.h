@@ -1,7 +1,12 @@
 // The functions a client knows, found by name. Built with the library's
 // builtins; a function added later under a name takes that name over.
+// Adding happens under the prepare lock, while other threads may be finding
+// (a formula that Evaluate prepares during a calculation): a reader works on
+// a snapshot of the names, which an addition replaces as a whole. Functions
+// live until the registry goes.
 #pragma once
 
+#include <atomic>
 #include <map>
 #include <memory>
 #include <span>
@@ -27,8 +32,13 @@ public:
     const std::vector<std::unique_ptr<ICalcFunction>>& Functions() const { return functions; }
 
 private:
+    using Names = std::map<WString, const ICalcFunction*>;
+
+    // Takes `function` over, under its names in `names`.
+    void File(Names& names, std::unique_ptr<ICalcFunction> function);
+
     std::vector<std::unique_ptr<ICalcFunction>> functions;
-    std::map<WString, const ICalcFunction*> byName;
+    std::atomic<std::shared_ptr<const Names>> byName{std::make_shared<const Names>()};
 };
 
 // The registration tables of the builtin families.

@@ -8,6 +8,7 @@
 #include "context/CalcClient.h"
 #include "context/CalcContext.h"
 #include "context/CalcFormula.h"
+#include "context/ExternalFunction.h"
 #include "interface/FaultGuard.h"
 #include "interface/PrepareLock.h"
 #include "interface/ordo.h"
@@ -185,11 +186,18 @@ ORDO_API int32_t iCalcFreeFormula(void* vxClientHandle, void* vxHandle) {
 }
 
 ORDO_API int32_t iCalcRegisterFunction(void* vxClientHandle, DTCalcFunction* vxdtFunction) {
-    PrepareLock lock;
-    if (!vxClientHandle) return ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
-    // Accepted and ignored until the function registry exists.
-    (void)vxdtFunction;
-    return ORDODLL_RESULT_OK;
+    // A record without a handler could never be called.
+    if (!vxClientHandle || !vxdtFunction || !vxdtFunction->xFunctionHandler)
+        return ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
+    try {
+        auto function = std::make_unique<ExternalFunction>(*vxdtFunction);
+        PrepareLock lock;
+        ClientOf(vxClientHandle)->registry.Add(std::move(function));
+        return ORDODLL_RESULT_OK;
+    } catch (...) {
+        // Out of memory: no exception may reach a C host.
+        return ORDODLL_RESULT_UNKNOWN_ERROR;
+    }
 }
 
 ORDO_API int32_t iCalcFinalize(void* vxClientHandle) {

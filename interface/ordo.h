@@ -182,7 +182,15 @@ typedef int32_t (*TCalcOnExternalObjectReferenceCreatedFunc)(
     struct DTExternalObjectReferenceData* vxdtData, void* vxData);
 typedef int32_t (*TCalcOnExternalFunctionCallCreatedFunc)(const char16_t* vxcName, void* vxData);
 
-/* The handler of a host-registered function. */
+/*
+ * The handler of a host-registered function: viFlags has
+ * ORDODLL_EXTERNAL_FUNCTION_HANDLER_FLAG_IGNORE_NULL while the formula
+ * ignores nulls; vxdtParameters is the argument array (null for none), which
+ * the library owns and frees after the call, each xValue with
+ * iCalcFreeMemory; vxdtResult receives the result as the registration's
+ * iResultType says, in a buffer from xCalcAllocateMemory. A non-zero answer
+ * fails the calculation, with the text left in vxdtResult as its message.
+ */
 typedef int32_t (*TCalcFunctionHandler)(int32_t viFlags,
                                         struct DTCalcFunctionParameterValue* vxdtParameters,
                                         void* vxData, DTCalcResult* vxdtResult);
@@ -301,9 +309,13 @@ ORDO_API int32_t iCalcCalculateFormula(void* vxClientHandle, const char16_t* for
 ORDO_API int32_t iCalcFreeFormula(void* vxClientHandle, void* vxHandle);
 
 /*
- * Register a host function; later preparations see it. -2 for a null client.
- * This version does not call host functions yet: the record is accepted and
- * ignored, and a call of that name in a formula reaches the host as a symbol.
+ * Register a host function: formulas prepared from now on call it by its
+ * name or second name (in any case), which it takes over from any earlier
+ * function, a builtin too; formulas prepared before keep their binding. The
+ * library copies all it needs from the record. A formula's arguments reach
+ * the handler as the declared parameter types; a parameter of an unknown
+ * type is left out. -2 for a null client, record or handler. Safe while
+ * other threads calculate.
  */
 ORDO_API int32_t iCalcRegisterFunction(void* vxClientHandle, DTCalcFunction* vxdtFunction);
 

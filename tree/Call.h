@@ -19,6 +19,9 @@ public:
     virtual void Dump(WString& out) const = 0;
     // Whether the result depends on nothing but the arguments.
     virtual bool IsConst() const = 0;
+    // Tells the function's owner that a formula calls it: after every
+    // preparation of the formula.
+    virtual void ReportCreated() const = 0;
 };
 
 class Call : public Expr {
@@ -29,6 +32,7 @@ public:
     void Dump(WString& out, int options) const override;
     bool IsConst() const override { return function->IsConst(); }
     void Accept(SymNodeVisitor& visitor) override;
+    void ReportCreated() const { function->ReportCreated(); }
     void AcceptConst(SymNodeVisitor& visitor) override;
 
 private:

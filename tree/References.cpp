@@ -1,5 +1,6 @@
 #include "tree/References.h"
 
+#include "tree/Call.h"
 #include "values/ICalcContext.h"
 
 namespace CalcEngine {
@@ -52,6 +53,8 @@ void VarRef::ReportCreated(Environment& environment) const {
 void ExternalCallbackVisitor::Visit(SymNode& node) {
     if (const auto* reference = dynamic_cast<const VarRef*>(&node))
         reference->ReportCreated(environment);
+    else if (const auto* call = dynamic_cast<const Call*>(&node))
+        call->ReportCreated();
 }
 
 }  // namespace CalcEngine

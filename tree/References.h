@@ -76,7 +76,8 @@ private:
     std::unique_ptr<ObjectIdentifier> identifier;
 };
 
-// Tells the owners of the names in a tree that the formula refers to them.
+// Tells the owners of the names and functions in a tree that the formula
+// refers to them.
 class ExternalCallbackVisitor : public SymNodeVisitor {
 public:
     explicit ExternalCallbackVisitor(Environment& environment) : environment(environment) {}

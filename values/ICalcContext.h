@@ -91,6 +91,9 @@ public:
     virtual const WString& GetLineFeed() = 0;
     // The host's log, where formulas write their own entries.
     virtual void WriteLogEntry(const WString& text, int32_t priority) = 0;
+    // Tells the host, when it listens, that a formula calls its function
+    // `name`.
+    virtual void OnExternalFunctionCallCreated(const WString& name) = 0;
 
     // Local variables: a stack of scopes, innermost last.
     virtual void PushScope() = 0;

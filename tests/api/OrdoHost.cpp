@@ -69,6 +69,12 @@ int32_t OnReference(DTExternalObjectReferenceData* data, void* vxData) {
     return host.referenceFailure;
 }
 
+int32_t OnCall(const char16_t* name, void* vxData) {
+    Host& host = *static_cast<Host*>(vxData);
+    host.callsReported.push_back(Narrow(name));
+    return host.callReportFailure;
+}
+
 }  // namespace
 
 std::string Narrow(const char16_t* text) {
@@ -114,6 +120,7 @@ Host::Host(const HostOptions& options) {
     init.xGetSymbolValueFunc = GetSymbol;
     init.xWriteLogEntryFunc = WriteLog;
     if (options.listensForReferences) init.xOnExternalObjectReferenceCreatedFunc = OnReference;
+    if (options.listensForCalls) init.xOnExternalFunctionCallCreatedFunc = OnCall;
     init.xcLineFeed = options.lineFeed;
     init.xxClientHandle = &client;
     init.iFlags = options.flags;

@@ -50,8 +50,10 @@ struct HostOptions {
     unsigned char listSeparator = 0;
     unsigned char decimalSeparator = 0;
     const char16_t* lineFeed = nullptr;
-    // Whether the host listens for the references that formulas make.
+    // Whether the host listens for the references that formulas make, and
+    // for the calls of its functions.
     bool listensForReferences = false;
+    bool listensForCalls = false;
 };
 
 // What the host was told of one reference.
@@ -90,6 +92,8 @@ public:
     int32_t symbolFailure = ORDODLL_RESULT_OK;
 
     std::vector<ReferenceReport> references;
+    std::vector<std::string> callsReported;
+    int32_t callReportFailure = ORDODLL_RESULT_OK;
     // Symbols the host calls constant when told of a reference to them.
     std::vector<std::string> constSymbols;
     int32_t referenceFailure = ORDODLL_RESULT_OK;
