@@ -19,9 +19,6 @@ namespace {
 // evaluates itself must not exhaust the stack.
 constexpr int32_t MaxEvaluateNesting = 32;
 
-// A number is true when it is neither null nor 0.
-bool IsTrue(double x) { return !IsNull(x) && x != 0.0; }
-
 double NumberOf(const Object& object) {
     double value;
     object.GetNumber(value);

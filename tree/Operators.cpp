@@ -9,6 +9,7 @@
 #include "values/ICalcContext.h"
 #include "values/NumberVectorObject.h"
 #include "values/ObjectFactory.h"
+#include "values/ObjectVector.h"
 
 namespace CalcEngine {
 
@@ -123,6 +124,10 @@ void FillRange(int32_t from, int32_t to, DoubleVector& out) {
     for (int64_t i = 0; i <= length; ++i)
         out.values.push_back(static_cast<double>(from + step * i));
 }
+
+// Item lists apply their operators to each item through the core of the
+// binary operators, which the value model reaches through this hook.
+[[maybe_unused]] const bool itemListCoreInstalled = (binaryOperatorCore = &BinOp::Apply, true);
 
 }  // namespace
 

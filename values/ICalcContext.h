@@ -144,6 +144,13 @@ extern thread_local constinit ICalcContext* currentContext;
 // The thread's current context, null outside any exported call.
 inline ICalcContext* CurrentContext() { return currentContext; }
 
+// The separator of the items of a text read as a list: the context's third
+// separator, ',' outside a call.
+inline char16_t ItemSeparator() {
+    ICalcContext* context = CurrentContext();
+    return context ? context->GetSeparator3() : u',';
+}
+
 // Sets the thread's current context without restoring it later: for the
 // fault guard, whose skipped frames could not restore it themselves.
 void SetCurrentContext(ICalcContext* context);

@@ -4,6 +4,7 @@
 // functors change an element by a right value.
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 
 #include "values/DivisionFault.h"
@@ -39,6 +40,49 @@ struct BinScalarLXOrFunc {
     double scalar;
     void operator()(double& x) const { x = ((x != 0.0) != (scalar != 0.0)) ? 1.0 : 0.0; }
 };
+
+// Divides each element, null counted as 0.0, by the scalar; 0.0 is not
+// guarded against.
+struct BinScalarDivFunc {
+    double scalar;
+    void operator()(double& x) const { x = (CalcEngine::IsNull(x) ? 0.0 : x) / scalar; }
+};
+
+// Pairwise functors: combine element a of one list with element b of
+// another at the same position, with ApplyPairwise.
+
+// The lower of the two, b when equal; a null choice gives 0.0.
+struct BinMinFunc {
+    void operator()(double& a, double b) const {
+        const double choice = a < b ? a : b;
+        a = CalcEngine::IsNull(choice) ? 0.0 : choice;
+    }
+};
+
+// The greater of the two, a when equal; a null choice gives 0.0.
+struct BinMaxFunc {
+    void operator()(double& a, double b) const {
+        const double choice = a >= b ? a : b;
+        a = CalcEngine::IsNull(choice) ? 0.0 : choice;
+    }
+};
+
+// The sum, each null counted as 0.0.
+struct BinSumFunc {
+    void operator()(double& a, double b) const {
+        a = (CalcEngine::IsNull(a) ? 0.0 : a) + (CalcEngine::IsNull(b) ? 0.0 : b);
+    }
+};
+
+// Makes both lists as long as the longer one, each grown with its own
+// default value, then combines them position by position into `target`.
+template <class Func>
+void ApplyPairwise(CalcEngine::DoubleVector& target, CalcEngine::DoubleVector& other, Func op) {
+    const size_t size = std::max(target.Size(), other.Size());
+    target.Resize(size);
+    other.Resize(size);
+    for (size_t i = 0; i < size; ++i) op(target.values[i], other.values[i]);
+}
 
 // Operator functors: change element a by the right value b. A null reads as
 // not 0.0 in every test below.

@@ -27,8 +27,6 @@ double ContextNullValue() {
     return context ? context->GetNullValue() : NullNumber();
 }
 
-bool IsTrue(double x) { return !IsNull(x) && x != 0.0; }
-
 // Position i of `list` with position i of `right`, for every position of
 // the longer one, the shorter reading as its default value; then the two
 // default values.
@@ -271,6 +269,27 @@ Object* NumberVectorObject::OperatorLxor(const LazyOperand& right) {
 
 void NumberVectorObject::OperatorLnot() {
     for (double& x : values) x = x == 0.0 ? 1.0 : 0.0;
+}
+
+Object* NumberVectorObject::Filter(const BitVector& mask) {
+    const size_t size = std::min(values.size(), mask.size());
+    size_t kept = 0;
+    for (size_t i = 0; i < size; ++i) {
+        if (mask[i]) values[kept++] = values[i];
+    }
+    values.resize(kept);
+    AddRef(this);
+    return this;
+}
+
+void NumberVectorObject::Scatter(const Object& source, const BitVector& mask) {
+    DoubleVector numbers;
+    source.AppendToNumbers(numbers, false);
+    const size_t size = std::min(values.size(), mask.size());
+    size_t k = 0;
+    for (size_t i = 0; i < size; ++i) {
+        if (mask[i]) values[i] = numbers.At(k++);
+    }
 }
 
 Object* NumberVectorObject::Sum() const {

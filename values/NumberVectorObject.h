@@ -76,6 +76,12 @@ public:
     Object* WidenForLogic(Object&) override { return Retain(); }
     Object* WidenForCompare(Object&) override { return Retain(); }
 
+    // Compacts the list to the elements whose bit is set, stopping at the end
+    // of either; answers this list.
+    Object* Filter(const BitVector& mask) override;
+    // The k-th set position takes the k-th number of `values`, read past its
+    // end as its default value.
+    void Scatter(const Object& values, const BitVector& mask) override;
     // The sum of the elements; a null element makes it null.
     Object* Sum() const override;
     Object* Clone() const override;

@@ -169,6 +169,11 @@ Object* Object::Widen(Object& other) {
     return list.Detach();
 }
 
+Object* Object::Filter(const BitVector&) {
+    AddRef(this);
+    return this;
+}
+
 Object* Object::Sum() const {
     double value;
     GetNumber(value);

@@ -3,8 +3,10 @@
 // an accumulator in place and read the right operand through Get...().
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <vector>
 
 #include "interface/ordo.h"
 #include "values/Text.h"
@@ -14,6 +16,10 @@ namespace CalcEngine {
 
 class Environment;
 class Object;
+
+// A selection of positions, one bit each: what masks hold, Filter keeps and
+// Scatter writes to.
+using BitVector = std::vector<bool>;
 
 class StreamDumpable {
 public:
@@ -133,6 +139,15 @@ public:
     virtual Object* WidenForLogic(Object& other) { return Widen(other); }
     virtual Object* WidenForCompare(Object& other) { return Widen(other); }
 
+    // Keeps the positions whose bit is set; answers the result with one
+    // reference. By default the value has no positions and stays whole.
+    virtual Object* Filter(const BitVector& mask);
+    // Writes `values` into the positions whose bit is set. By default the
+    // value takes `values` whole when any bit is set.
+    virtual void Scatter(const Object& values, const BitVector& mask) {
+        if (std::find(mask.begin(), mask.end(), true) != mask.end()) Assign(values, true);
+    }
+
     // The value this object stands for: itself, or for a proxy a fresh
     // object whose count is stored as 0 (Resolve counts it up).
     virtual Object* Dereference() { return this; }
@@ -216,6 +231,9 @@ Object* Resolve(Object* object);
 double NullNumber();
 // Any NaN is null.
 inline bool IsNull(double value) { return value != value; }
+// A number is true when it is neither null nor 0, as a condition or a mask
+// bit reads it.
+inline bool IsTrue(double value) { return !IsNull(value) && value != 0.0; }
 
 // A double truncated toward zero to 32 bits as the processor does it: NaN and
 // values out of range give 0x80000000.

@@ -2,9 +2,11 @@
 
 #include "values/ICalcContext.h"
 #include "values/NumberVectorObject.h"
+#include "values/ObjectVector.h"
 #include "values/ScalarObjects.h"
 #include "values/StringObject.h"
 #include "values/VariableObject.h"
+#include "values/VectorObjectMask.h"
 
 namespace CalcEngine {
 
@@ -45,10 +47,12 @@ void ObjectFactory::Recycle(Pool& pool, T* object) {
 }
 
 void ObjectFactory::RecycleVariable(VariableObject* object) { Recycle(variablePool, object); }
+void ObjectFactory::RecycleMask(VectorObjectMask* object) { Recycle(maskPool, object); }
 void ObjectFactory::RecycleNumberVector(NumberVectorObject* object) {
     Recycle(numberVectorPool, object);
 }
 void ObjectFactory::RecycleString(StringObject* object) { Recycle(stringPool, object); }
+void ObjectFactory::RecycleObjectVector(ObjectVector* object) { Recycle(objectVectorPool, object); }
 void ObjectFactory::RecycleFloat(FloatObject* object) { Recycle(floatPool, object); }
 void ObjectFactory::RecycleInt(IntObject* object) { Recycle(intPool, object); }
 void ObjectFactory::RecycleEmpty(EmptyObject* object) { Recycle(emptyPool, object); }
@@ -89,8 +93,27 @@ Object* ObjectFactory::CreateString(Environment* environment, const WString& tex
     return object;
 }
 
+Object* ObjectFactory::CreateObjectVector(Environment* environment) {
+    return Take<ObjectVector>(objectVectorPool, environment);
+}
+
 Object* ObjectFactory::CreateEmpty(Environment* environment) {
     return Take<EmptyObject>(emptyPool, environment);
+}
+
+Object* ObjectFactory::CreateMask(Environment* environment, Object* target, const BitVector& mask) {
+    VectorObjectMask* object = Take<VectorObjectMask>(maskPool, environment);
+    AddRef(target);
+    object->target.Reset(target);
+    object->mask = mask;
+    return object;
+}
+
+Object* ObjectFactory::CreateMask(Environment* environment, Object* target,
+                                  const DoubleVector& mask) {
+    BitVector bits(mask.values.size());
+    for (size_t i = 0; i < bits.size(); ++i) bits[i] = IsTrue(mask.values[i]);
+    return CreateMask(environment, target, bits);
 }
 
 Object* ObjectFactory::CreateVariable(Environment* environment, Object* value) {

@@ -16,8 +16,10 @@ class EmptyObject;
 class FloatObject;
 class IntObject;
 class NumberVectorObject;
+class ObjectVector;
 class StringObject;
 class VariableObject;
+class VectorObjectMask;
 
 class ObjectFactory {
 public:
@@ -40,7 +42,13 @@ public:
     Object* CreateFloat(Environment* environment, double value = 0.0);
     Object* CreateNumberVector(Environment* environment);
     Object* CreateString(Environment* environment, const WString& text = WString());
+    Object* CreateObjectVector(Environment* environment);
     Object* CreateEmpty(Environment* environment);
+    // A mask over `target` (a reference of its own), selecting the positions
+    // whose bit is set.
+    Object* CreateMask(Environment* environment, Object* target, const BitVector& mask);
+    // The same, selecting the positions whose number is neither null nor 0.0.
+    Object* CreateMask(Environment* environment, Object* target, const DoubleVector& mask);
     // A variable holding `value` (a reference of its own; null leaves it
     // undefined); a `value` that is a variable already is that variable.
     Object* CreateVariable(Environment* environment, Object* value);
@@ -48,8 +56,10 @@ public:
     // Each clears the object and keeps it in its pool, or deletes it when the
     // pool is full.
     void RecycleVariable(VariableObject* object);
+    void RecycleMask(VectorObjectMask* object);
     void RecycleNumberVector(NumberVectorObject* object);
     void RecycleString(StringObject* object);
+    void RecycleObjectVector(ObjectVector* object);
     void RecycleFloat(FloatObject* object);
     void RecycleInt(IntObject* object);
     void RecycleEmpty(EmptyObject* object);
@@ -68,11 +78,13 @@ private:
     // Every pool of `self`, const or not.
     template <class Self>
     static auto PoolsOf(Self& self) {
-        return std::array{&self.emptyPool,  &self.floatPool,        &self.intPool,
-                          &self.stringPool, &self.numberVectorPool, &self.variablePool};
+        return std::array{&self.emptyPool,        &self.floatPool,   &self.intPool,
+                          &self.objectVectorPool, &self.stringPool,  &self.numberVectorPool,
+                          &self.maskPool,         &self.variablePool};
     }
 
-    Pool emptyPool, floatPool, intPool, stringPool, numberVectorPool, variablePool;
+    Pool emptyPool, floatPool, intPool, objectVectorPool, stringPool, numberVectorPool, maskPool,
+        variablePool;
 };
 
 // The process-wide default factory, serving when no context is current.

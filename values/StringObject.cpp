@@ -15,11 +15,6 @@ namespace CalcEngine {
 
 namespace {
 
-char16_t ItemSeparator() {
-    ICalcContext* context = CurrentContext();
-    return context ? context->GetSeparator3() : u',';
-}
-
 bool IsBlank(char16_t c) { return c == u' ' || c == u'\t'; }
 
 // Reads the quoted item that opens at `pos`, quotes kept, a backslash before
@@ -236,6 +231,28 @@ void StringObject::OperatorGt(const Object& right) { CompareWith(right, std::gre
 void StringObject::OperatorLe(const Object& right) { CompareWith(right, std::less_equal<int>()); }
 void StringObject::OperatorGe(const Object& right) {
     CompareWith(right, std::greater_equal<int>());
+}
+
+Object* StringObject::Filter(const BitVector& mask) {
+    StringVector items, kept;
+    AppendToStrings(items);
+    for (size_t i = 0; i < items.size() && i < mask.size(); ++i) {
+        if (mask[i]) kept.push_back(std::move(items[i]));
+    }
+    SetFromStrings(kept);
+    AddRef(this);
+    return this;
+}
+
+void StringObject::Scatter(const Object& source, const BitVector& mask) {
+    StringVector items, replacements;
+    AppendToStrings(items);
+    source.AppendToStrings(replacements);
+    size_t k = 0;
+    for (size_t i = 0; i < items.size() && i < mask.size() && k < replacements.size(); ++i) {
+        if (mask[i]) items[i] = std::move(replacements[k++]);
+    }
+    SetFromStrings(items);
 }
 
 Object* StringObject::Sum() const {

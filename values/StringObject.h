@@ -70,6 +70,10 @@ public:
     void OperatorGe(const Object& right) override;
     void OperatorLnot() override;
 
+    // Keeps the items whose bit is set, joined again; answers this text.
+    Object* Filter(const BitVector& mask) override;
+    // The selected items, in order, become the items of `values`.
+    void Scatter(const Object& values, const BitVector& mask) override;
     // The sum of the text's numbers.
     Object* Sum() const override;
     Object* Clone() const override;

@@ -1,8 +1,8 @@
-#include "values/NumberText.h"
-
 #include <gtest/gtest.h>
 
 #include <limits>
+
+#include "values/NumberText.h"
 
 using CalcEngine::FormatFixed;
 using CalcEngine::TextToNumber;

@@ -1,0 +1,688 @@
+// Item lists: their reading and writing, operators applied to each item,
+// the report functors that fold them, and masks that select positions of a
+// list.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <initializer_list>
+#include <vector>
+
+#include "context/CalcContext.h"
+#include "tests/TestClient.h"
+#include "tree/Environment.h"
+#include "tree/Operators.h"
+#include "values/Exception.h"
+#include "values/NumberVectorObject.h"
+#include "values/ObjectFactory.h"
+#include "values/ObjectVector.h"
+#include "values/ScalarObjects.h"
+#include "values/VectorObjectMask.h"
+
+using namespace CalcEngine;
+
+namespace {
+
+const double null = NullNumber();
+
+int32_t NoSymbols(const char16_t*, DTCalcFunctionParameterValue*, int32_t, DTCalcResult*, void*) {
+    return ORDODLL_RESULT_UNKNOWN_ERROR;
+}
+
+// The right side of a logical operator, counting its evaluations.
+class CountingOperand : public LazyOperand {
+public:
+    explicit CountingOperand(Object* value) : value(value) {}
+    Object* Evaluate() const override {
+        ++evaluations;
+        if (value) AddRef(value);
+        return value;
+    }
+    mutable int evaluations = 0;
+
+private:
+    Object* value;
+};
+
+class ItemListTest : public testing::Test {
+protected:
+    ItemListTest()
+        : client(NewTestClient(NoSymbols)),
+          context(static_cast<CalcClient*>(client), nullptr),
+          scope(&context) {}
+    ~ItemListTest() override { iCalcFinalize(client); }
+
+    Object* Int(int32_t value) { return CurrentFactory()->CreateInt(&environment, value); }
+    Object* Number(double value) { return CurrentFactory()->CreateFloat(&environment, value); }
+    Object* Text(const WString& text) { return CurrentFactory()->CreateString(&environment, text); }
+    Object* Numbers(std::initializer_list<double> values) {
+        auto* list =
+            static_cast<NumberVectorObject*>(CurrentFactory()->CreateNumberVector(&environment));
+        list->values = values;
+        return list;
+    }
+    // A list taking over the references of `items`; an item may be null.
+    Object* List(std::initializer_list<Object*> items) {
+        auto* list = static_cast<ObjectVector*>(CurrentFactory()->CreateObjectVector(&environment));
+        for (Object* item : items) list->items.emplace_back(item);
+        return list;
+    }
+    static ObjectVector& AsList(const PtrWrapper& list) {
+        return static_cast<ObjectVector&>(*list);
+    }
+
+    static WString DumpOf(const Object& value) {
+        WString out;
+        value.Dump(out, 0);
+        return out;
+    }
+    static WString TextOf(const Object& value) {
+        WString out;
+        value.GetText(out);
+        return out;
+    }
+
+    void* client;
+    CalcContext context;
+    CurrentContextScope scope;
+    Environment environment;
+};
+
+// A list of items of several kinds and a null item, as every reading sees it.
+TEST_F(ItemListTest, ReadsItsItems) {
+    PtrWrapper list(List({Number(1.5), nullptr, Number(null), Int(2)}));
+    EXPECT_EQ(TextOf(*list), u"1.5,NULL,2");
+    EXPECT_EQ(list->Size(), 4u);
+    EXPECT_FALSE(list->IsScalar());
+    EXPECT_FALSE(list->IsNumeric());
+
+    DoubleVector numbers;
+    numbers.defaultValue = 7;
+    list->AppendToNumbers(numbers, false);
+    ASSERT_EQ(numbers.values.size(), 3u);
+    EXPECT_TRUE(IsNull(numbers.values[1]));
+    EXPECT_EQ(numbers.values[2], 2);
+    DoubleVector withoutNulls;
+    list->AppendToNumbers(withoutNulls, true);
+    EXPECT_EQ(withoutNulls.values, (std::vector<double>{1.5, 2}));
+    EXPECT_EQ(numbers.defaultValue, 7);
+
+    StringVector texts;
+    list->AppendToStrings(texts);
+    EXPECT_EQ(texts, (StringVector{u"1.5", u"NULL", u"2"}));
+
+    PtrWrapper shortList(List({Int(1), nullptr}));
+    EXPECT_EQ(DumpOf(*shortList), u"ObjectVector: Itemlist, (Integer) 1, NULL");
+}
+
+TEST_F(ItemListTest, NumberIsZeroWhateverTheItems) {
+    std::vector<PtrWrapper> lists;
+    lists.emplace_back(List({Number(7)}));
+    lists.emplace_back(List({Int(-3), Int(4)}));
+    lists.emplace_back(List({Numbers({5, 6})}));
+    lists.emplace_back(List({Text(u"9")}));
+    lists.emplace_back(List({}));
+    for (const PtrWrapper& list : lists) {
+        double number = -1;
+        int32_t integer = -1;
+        list->GetNumber(number);
+        list->GetInt(integer);
+        EXPECT_EQ(number, 0.0) << ToUtf8(DumpOf(*list));
+        EXPECT_EQ(integer, 0) << ToUtf8(DumpOf(*list));
+    }
+}
+
+// Assigning a whole value takes it apart into items; a scalar has none.
+TEST_F(ItemListTest, AssignTakesTheValueApart) {
+    struct Case {
+        std::function<Object*()> source;
+        const char16_t* expected;
+    };
+    const Case cases[] = {
+        {[&] { return Number(5); }, u"ObjectVector: Itemlist"},
+        {[&] {
+             return Numbers({1, 2});
+         },
+         u"ObjectVector: Itemlist, (Number) 1, (Number) 2"},
+        {[&] { return Text(u"a,b"); }, u"ObjectVector: Itemlist, (String) a, (String) b"},
+        {[&] {
+             return List({Int(3), nullptr});
+         },
+         u"ObjectVector: Itemlist, (Integer) 3, NULL"},
+        {[&] {
+             return CurrentFactory()->CreateVariable(&environment, PtrWrapper(Numbers({4})).Get());
+         },
+         u"ObjectVector: Itemlist, (Number) 4"},
+    };
+    for (const Case& c : cases) {
+        PtrWrapper list(List({Int(9)}));
+        PtrWrapper source(c.source());
+        list->Assign(*source, true);
+        EXPECT_EQ(DumpOf(*list), c.expected);
+    }
+}
+
+TEST_F(ItemListTest, AssignSharesTheItemsOfAList) {
+    PtrWrapper source(List({Int(1)}));
+    PtrWrapper list(List({}));
+    list->Assign(*source, true);
+    EXPECT_EQ(AsList(list).items[0].Get(), AsList(source).items[0].Get());
+}
+
+// Assigning to the items: a value to each, or the items of a list or text
+// to the items at the same positions.
+TEST_F(ItemListTest, AssignToTheItems) {
+    struct Case {
+        std::function<Object*()> source;
+        const char16_t* expected;
+    };
+    const Case cases[] = {
+        {[&] { return Number(4); }, u"ObjectVector: Itemlist, (Integer) 4, NULL, (Number) 4"},
+        {[&] {
+             return List({Int(7), Int(8), Int(9), Int(10)});
+         },
+         u"ObjectVector: Itemlist, (Integer) 7, NULL, (Number) 9"},
+        {[&] { return List({Int(7)}); }, u"ObjectVector: Itemlist, (Integer) 7, NULL, (Number) 2"},
+        {[&] { return Text(u"5,6"); }, u"ObjectVector: Itemlist, (Integer) 5, NULL, (Number) 2"},
+    };
+    for (const Case& c : cases) {
+        PtrWrapper list(List({Int(1), nullptr, Number(2)}));
+        PtrWrapper source(c.source());
+        list->Assign(*source, false);
+        EXPECT_EQ(DumpOf(*list), c.expected);
+    }
+}
+
+// Binary operators through the operator core, as a formula reaches them.
+TEST_F(ItemListTest, BinaryOperatorsApplyToEachItem) {
+    struct Case {
+        const char* name;
+        std::function<Object*()> left;
+        int32_t op;
+        std::function<Object*()> right;
+        const char16_t* expected;
+    };
+    const Case cases[] = {
+        {"the shorter list starts again",
+         [&] {
+             return List({Int(1), Int(2), Int(3)});
+         },
+         OpPlus,
+         [&] {
+             return List({Int(10), Int(20)});
+         },
+         u"ObjectVector: Itemlist, (Integer) 11, (Integer) 22, (Integer) 13"},
+        {"a null item keeps its position",
+         [&] {
+             return List({Int(1), nullptr, Int(3)});
+         },
+         OpPlus,
+         [&] {
+             return List({Int(10), Int(20)});
+         },
+         u"ObjectVector: Itemlist, (Integer) 11, NULL, (Integer) 13"},
+        {"a null right item skips",
+         [&] {
+             return List({Int(1), Int(2)});
+         },
+         OpPlus,
+         [&] {
+             return List({nullptr, Int(20)});
+         },
+         u"ObjectVector: Itemlist, (Integer) 1, (Integer) 22"},
+        {"an empty right list changes nothing", [&] { return List({Int(1)}); }, OpPlus,
+         [&] { return List({}); }, u"ObjectVector: Itemlist, (Integer) 1"},
+        {"items are promoted",
+         [&] {
+             return List({Int(1), Number(2.5)});
+         },
+         OpMul, [&] { return Number(2); }, u"ObjectVector: Itemlist, (Number) 2, (Number) 5"},
+        {"a number list meets each item whole",
+         [&] {
+             return List({Int(1), Int(2)});
+         },
+         OpPlus,
+         [&] {
+             return Numbers({10, 20});
+         },
+         u"ObjectVector: Itemlist, 11 21, 12 22"},
+        {"a text meets the items by its items",
+         [&] {
+             return List({Int(1), Int(2)});
+         },
+         OpPlus, [&] { return Text(u"10,20"); },
+         u"ObjectVector: Itemlist, (String) 110, (String) 220"},
+        {"a number on the left spreads over the items", [&] { return Int(3); }, OpPlus,
+         [&] {
+             return List({Int(1), Number(2)});
+         },
+         u"ObjectVector: Itemlist, (Integer) 4, (Number) 5"},
+        {"comparisons",
+         [&] {
+             return List({Int(1), Int(5)});
+         },
+         OpLt, [&] { return Int(3); }, u"ObjectVector: Itemlist, (Integer) 1, (Integer) 0"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        PtrWrapper left(c.left());
+        PtrWrapper right(c.right());
+        PtrWrapper result(BinOp::Apply(c.op, environment, *left, *right));
+        EXPECT_EQ(DumpOf(*result), c.expected);
+    }
+}
+
+TEST_F(ItemListTest, ItemErrorsPassThrough) {
+    PtrWrapper list(List({Int(1)}));
+    PtrWrapper zero(Int(0));
+    EXPECT_THROW(list->OperatorDiv(*zero), MathError);
+}
+
+// Lists share items (a copy of a list holds the same items): changing one
+// list must leave the other as it was.
+TEST_F(ItemListTest, ChangesStayInTheirList) {
+    struct Case {
+        const char* name;
+        std::function<void(Object& copy)> change;
+    };
+    const Case cases[] = {
+        {"binary operator",
+         [&](Object& copy) {
+             PtrWrapper one(Int(1));
+             copy.OperatorPlus(*one);
+         }},
+        {"logical operator",
+         [&](Object& copy) {
+             PtrWrapper zero(Int(0));
+             copy.OperatorLand(CountingOperand(zero.Get()));
+         }},
+        {"unary operator", [](Object& copy) { copy.UnaryMinus(); }},
+        {"setter", [](Object& copy) { copy.SetNumber(8); }},
+        {"assignment to the items",
+         [&](Object& copy) {
+             PtrWrapper eight(Int(8));
+             copy.Assign(*eight, false);
+         }},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        PtrWrapper original(List({Int(3)}));
+        PtrWrapper copy(original->Clone());
+        c.change(*copy);
+        EXPECT_EQ(DumpOf(*original), u"ObjectVector: Itemlist, (Integer) 3");
+        EXPECT_NE(DumpOf(*copy), u"ObjectVector: Itemlist, (Integer) 3");
+    }
+}
+
+// The right side is evaluated once, whatever the items, and each item
+// combines with it as a logical operator does.
+TEST_F(ItemListTest, LogicalOperatorsEvaluateTheRightSideOnce) {
+    struct Case {
+        Object* (Object::*apply)(const LazyOperand&);
+        int32_t right;
+        const char16_t* expected;
+    };
+    const Case cases[] = {
+        {&Object::OperatorLand, 1, u"ObjectVector: Itemlist, (Integer) 0, (Integer) 1"},
+        {&Object::OperatorLor, 0, u"ObjectVector: Itemlist, (Integer) 0, (Integer) 2"},
+        {&Object::OperatorLxor, 1, u"ObjectVector: Itemlist, (Integer) 1, (Integer) 0"},
+    };
+    for (const Case& c : cases) {
+        PtrWrapper list(List({Int(0), Int(2)}));
+        PtrWrapper right(Int(c.right));
+        CountingOperand operand(right.Get());
+        EXPECT_EQ(((*list).*c.apply)(operand), nullptr);
+        EXPECT_EQ(operand.evaluations, 1);
+        EXPECT_EQ(DumpOf(*list), c.expected);
+    }
+}
+
+// No value on the right reads as null, which a logical operator takes as
+// true.
+TEST_F(ItemListTest, LogicalOperatorWithoutRightValue) {
+    PtrWrapper list(List({Int(0), nullptr}));
+    EXPECT_EQ(list->OperatorLor(CountingOperand(nullptr)), nullptr);
+    EXPECT_EQ(DumpOf(*list), u"ObjectVector: Itemlist, (Integer) 1, NULL");
+}
+
+TEST_F(ItemListTest, UnaryOperatorsApplyToEachItem) {
+    struct Case {
+        void (Object::*apply)();
+        const char16_t* expected;
+    };
+    const Case cases[] = {
+        {&Object::UnaryMinus, u"ObjectVector: Itemlist, (Integer) 0, NULL, (Number) -2.5"},
+        {&Object::OperatorLnot, u"ObjectVector: Itemlist, (Integer) 1, NULL, (Number) 0"},
+        {&Object::UnaryPlus, u"ObjectVector: Itemlist, (Integer) 0, NULL, (Number) 2.5"},
+    };
+    for (const Case& c : cases) {
+        PtrWrapper list(List({Int(0), nullptr, Number(2.5)}));
+        ((*list).*c.apply)();
+        EXPECT_EQ(DumpOf(*list), c.expected);
+    }
+}
+
+TEST_F(ItemListTest, GetItemAndGetItemAt) {
+    PtrWrapper list(List({Int(1), nullptr, Int(3)}));
+    PtrWrapper first(list->GetItem(0, false));
+    EXPECT_EQ(first.Get(), AsList(list).items[0].Get());
+    EXPECT_EQ(list->GetItem(1, false), nullptr);
+    EXPECT_EQ(list->GetItem(3, false), nullptr);
+    // A list of scalars has no items across.
+    PtrWrapper scalarAcross(list->GetItem(2, true));
+    EXPECT_EQ(scalarAcross.Get(), AsList(list).items[2].Get());
+
+    struct Case {
+        int32_t index;
+        const char16_t* expected;
+    };
+    for (const Case& c :
+         {Case{2, u"(Integer) 3"}, Case{1, u"Void"}, Case{3, u"Void"}, Case{-1, u"Void"}}) {
+        PtrWrapper index(Int(c.index));
+        PtrWrapper item(AsList(list).GetItemAt(*index));
+        EXPECT_EQ(DumpOf(*item), c.expected) << c.index;
+    }
+}
+
+TEST_F(ItemListTest, GetItemAcrossAListOfLists) {
+    PtrWrapper list(List({Numbers({1, 2}), Numbers({3}), nullptr}));
+    PtrWrapper across(list->GetItem(1, true));
+    EXPECT_EQ(DumpOf(*across), u"ObjectVector: Itemlist, (Number) 2, Void, Void");
+}
+
+TEST_F(ItemListTest, ShiftAndReverse) {
+    struct Case {
+        int n;
+        const char16_t* expected;
+    };
+    const Case cases[] = {
+        {0, u"ObjectVector: Itemlist, (Integer) 1, (Integer) 2, (Integer) 3"},
+        {1, u"ObjectVector: Itemlist, (Integer) 2, (Integer) 3, NULL"},
+        {-2, u"ObjectVector: Itemlist, NULL, NULL, (Integer) 1"},
+        {3, u"ObjectVector: Itemlist, NULL, NULL, NULL"},
+        {-3, u"ObjectVector: Itemlist, NULL, NULL, NULL"},
+    };
+    for (const Case& c : cases) {
+        PtrWrapper list(List({Int(1), Int(2), Int(3)}));
+        list->Shift(c.n);
+        EXPECT_EQ(DumpOf(*list), c.expected) << c.n;
+    }
+    PtrWrapper list(List({Int(1), nullptr, Int(3)}));
+    EXPECT_EQ(list->Reverse(), list.Get());
+    EXPECT_EQ(DumpOf(*list), u"ObjectVector: Itemlist, (Integer) 3, NULL, (Integer) 1");
+}
+
+TEST_F(ItemListTest, FilterAndScatter) {
+    struct Case {
+        BitVector mask;
+        const char16_t* filtered;
+        const char16_t* scattered;
+    };
+    const Case cases[] = {
+        {{true, false, true},
+         u"ObjectVector: Itemlist, (Integer) 1, (Integer) 3",
+         u"ObjectVector: Itemlist, (Integer) 7, (Integer) 2, (Integer) 8"},
+        // Past the mask's end nothing is selected.
+        {{false, true},
+         u"ObjectVector: Itemlist, (Integer) 2",
+         u"ObjectVector: Itemlist, (Integer) 1, (Integer) 7, (Integer) 3"},
+        // Past the end of the values a position keeps its item.
+        {{true, true, true},
+         u"ObjectVector: Itemlist, (Integer) 1, (Integer) 2, (Integer) 3",
+         u"ObjectVector: Itemlist, (Integer) 7, (Integer) 8, (Integer) 3"},
+    };
+    for (const Case& c : cases) {
+        PtrWrapper list(List({Int(1), Int(2), Int(3)}));
+        PtrWrapper filtered(list->Filter(c.mask));
+        EXPECT_EQ(filtered.Get(), list.Get());
+        EXPECT_EQ(DumpOf(*list), c.filtered);
+
+        PtrWrapper target(List({Int(1), Int(2), Int(3)}));
+        PtrWrapper values(List({Int(7), Int(8)}));
+        target->Scatter(*values, c.mask);
+        EXPECT_EQ(DumpOf(*target), c.scattered);
+    }
+}
+
+template <class Func>
+Object* RunReport(const ObjectVector& list) {
+    Func func;
+    return list.Report(func);
+}
+
+using Sum = ObjectVector::ReportSumFunc;
+using Min = ObjectVector::ReportMinFunc;
+using Max = ObjectVector::ReportMaxFunc;
+using Mean = ObjectVector::ReportMeanFunc;
+
+TEST_F(ItemListTest, Reports) {
+    struct Case {
+        const char* name;
+        Object* (*run)(const ObjectVector&);
+        std::function<Object*()> list;
+        const char16_t* expected;
+    };
+    const Case cases[] = {
+        {"sum promotes", &RunReport<Sum>,
+         [&] {
+             return List({Int(1), Number(2.5), Int(3)});
+         },
+         u"(Number) 6.5"},
+        {"sum of lists", &RunReport<Sum>,
+         [&] {
+             return List({Numbers({1, 2}), Int(1)});
+         },
+         u"2 3"},
+        {"sum skips null items", &RunReport<Sum>,
+         [&] {
+             return List({nullptr, Int(4)});
+         },
+         u"(Integer) 4"},
+        {"min of numbers", &RunReport<Min>,
+         [&] {
+             return List({Int(3), Number(1.5), Int(2)});
+         },
+         u"(Number) 1.5"},
+        {"max of numbers", &RunReport<Max>,
+         [&] {
+             return List({Int(3), Number(1.5), Int(2)});
+         },
+         u"(Number) 3"},
+        {"mean of numbers", &RunReport<Mean>,
+         [&] {
+             return List({Int(1), Int(2), Int(6)});
+         },
+         u"(Number) 3"},
+        {"min of lists pads with the default value", &RunReport<Min>,
+         [&] {
+             return List({Numbers({1, 5}), Numbers({3})});
+         },
+         u"1 0"},
+        {"min of lists with nulls", &RunReport<Min>,
+         [&] {
+             return List({Numbers({null, 5}), Numbers({3, null})});
+         },
+         u"3 0"},
+        {"max of lists", &RunReport<Max>,
+         [&] {
+             return List({Numbers({1, 5}), Numbers({3, 2})});
+         },
+         u"3 5"},
+        {"mean of lists counts null as 0", &RunReport<Mean>,
+         [&] {
+             return List({Numbers({1, null}), Numbers({3, 4})});
+         },
+         u"2 2"},
+        {"a scalar first reads lists as numbers", &RunReport<Min>,
+         [&] {
+             return List({Int(4), Numbers({1, 9})});
+         },
+         u"(Number) 1"},
+        {"a list first spreads scalars", &RunReport<Min>,
+         [&] {
+             return List({Numbers({5, 9}), Int(7)});
+         },
+         u"5 7"},
+        {"no items", &RunReport<Mean>, [&] { return List({}); }, u"Void"},
+        {"only null items", &RunReport<Sum>, [&] { return List({nullptr}); }, u"Void"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        PtrWrapper list(c.list());
+        const WString before = DumpOf(*list);
+        PtrWrapper result(c.run(AsList(list)));
+        EXPECT_EQ(DumpOf(*result), c.expected);
+        EXPECT_EQ(DumpOf(*list), before);
+    }
+}
+
+TEST_F(ItemListTest, SumIsTheSumReport) {
+    PtrWrapper list(List({Int(1), Int(2)}));
+    PtrWrapper sum(list->Sum());
+    EXPECT_EQ(DumpOf(*sum), u"(Integer) 3");
+}
+
+TEST_F(ItemListTest, RecyclingReleasesTheItems) {
+    PtrWrapper item(Int(1));
+    AddRef(item.Get());
+    Object* list = List({item.Get()});
+    Release(list);
+    EXPECT_EQ(item->refCount.load(), 1);
+    PtrWrapper reused(CurrentFactory()->CreateObjectVector(&environment));
+    EXPECT_EQ(reused.Get(), list);
+    EXPECT_EQ(reused->Size(), 0u);
+}
+
+// --- Masks ------------------------------------------------------------------
+
+TEST_F(ItemListTest, MaskSelectsPositions) {
+    struct Case {
+        const char* name;
+        std::function<Object*(Object* target)> mask;
+        const char16_t* expected;
+    };
+    const Case cases[] = {
+        {"numbers: null and 0 select nothing",
+         [&](Object* target) {
+             DoubleVector numbers;
+             numbers.values = {1, null, 0, 2};
+             return CurrentFactory()->CreateMask(&environment, target, numbers);
+         },
+         u"1,4"},
+        {"bits",
+         [&](Object* target) {
+             return CurrentFactory()->CreateMask(&environment, target,
+                                                 BitVector{false, true, true, false});
+         },
+         u"2,3"},
+        {"a shorter mask selects nothing past its end",
+         [&](Object* target) {
+             return CurrentFactory()->CreateMask(&environment, target, BitVector{false, true});
+         },
+         u"2"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        PtrWrapper target(List({Int(1), Int(2), Int(3), Int(4)}));
+        PtrWrapper mask(c.mask(target.Get()));
+        EXPECT_EQ(TextOf(*mask), c.expected);
+        EXPECT_EQ(mask->Target(), target.Get());
+        PtrWrapper clone(mask->Clone());
+        EXPECT_EQ(TextOf(*clone), c.expected);
+        PtrWrapper selection(Resolve(mask.Get()));
+        EXPECT_EQ(TextOf(*selection), c.expected);
+        EXPECT_EQ(TextOf(*target), u"1,2,3,4");
+    }
+}
+
+// Writing through a mask changes the selected positions of the target only.
+TEST_F(ItemListTest, MaskWritesSelectedPositions) {
+    struct Case {
+        const char* name;
+        std::function<void(Object& mask)> write;
+        const char16_t* expected;
+    };
+    const Case cases[] = {
+        {"number", [](Object& mask) { mask.SetNumber(9); }, u"9,2,3,9"},
+        {"numbers",
+         [](Object& mask) {
+             DoubleVector numbers;
+             numbers.values = {7};
+             mask.SetFromNumbers(numbers);
+         },
+         u"7,2,3,4"},
+        {"assignment",
+         [&](Object& mask) {
+             PtrWrapper values(Numbers({7, 8}));
+             mask.Assign(*values, true);
+         },
+         u"7,2,3,8"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        PtrWrapper target(List({Int(1), Int(2), Int(3), Int(4)}));
+        PtrWrapper mask(CurrentFactory()->CreateMask(&environment, target.Get(),
+                                                     BitVector{true, false, false, true}));
+        c.write(*mask);
+        EXPECT_EQ(TextOf(*target), c.expected);
+    }
+}
+
+// A mask over a number list or a text reads and writes its selected
+// elements or items in the same way.
+TEST_F(ItemListTest, MaskOverNumbersAndText) {
+    struct Case {
+        const char* name;
+        Object* target;
+        const char16_t* selected;
+        Object* values;
+        const char16_t* written;  // after the selection is assigned `values`
+    };
+    const Case cases[] = {
+        {"number list", Numbers({1, 2, 3, 4}), u"1 4", Numbers({7, 8}), u"7 2 3 8"},
+        {"text", Text(u"a,b,c,d"), u"a,d", Text(u"7,8"), u"7,b,c,8"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        PtrWrapper target(c.target);
+        PtrWrapper values(c.values);
+        PtrWrapper mask(CurrentFactory()->CreateMask(&environment, target.Get(),
+                                                     BitVector{true, false, false, true}));
+        EXPECT_EQ(TextOf(*mask), c.selected);
+        mask->Assign(*values, true);
+        EXPECT_EQ(TextOf(*target), c.written);
+    }
+}
+
+// An operator meets the selection, and leaves the target as it was.
+TEST_F(ItemListTest, MaskInAnOperator) {
+    PtrWrapper target(List({Int(1), Int(2), Int(4)}));
+    PtrWrapper mask(
+        CurrentFactory()->CreateMask(&environment, target.Get(), BitVector{true, false, true}));
+    PtrWrapper one(Int(1));
+    PtrWrapper sum(BinOp::Apply(OpPlus, environment, *mask, *one));
+    EXPECT_EQ(TextOf(*sum), u"2,5");
+    EXPECT_EQ(TextOf(*target), u"1,2,4");
+
+    // Called directly, the operators do nothing, but "not equal" fails.
+    mask->OperatorPlus(*one);
+    mask->UnaryMinus();
+    EXPECT_EQ(TextOf(*target), u"1,2,4");
+    try {
+        mask->OperatorNotEqual(*one);
+        FAIL();
+    } catch (const RuntimeError& e) {
+        EXPECT_EQ(e.GetMessage(), u"binary operator 'not equal' not defined for object");
+    }
+}
+
+TEST_F(ItemListTest, RecyclingAMaskReleasesItsTarget) {
+    PtrWrapper target(List({Int(1)}));
+    Object* mask = CurrentFactory()->CreateMask(&environment, target.Get(), BitVector{true});
+    EXPECT_EQ(target->refCount.load(), 2);
+    Release(mask);
+    EXPECT_EQ(target->refCount.load(), 1);
+    PtrWrapper reused(CurrentFactory()->CreateMask(&environment, target.Get(), BitVector{}));
+    EXPECT_EQ(reused.Get(), mask);
+}
+
+}  // namespace
