@@ -138,6 +138,13 @@ BENCHMARK_CAPTURE(Evaluate, RangeOfMillion, u"[1..1000000]", 1000000, "element")
     ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(Evaluate, SqrtOfMillionList, u"Sqrt([1..1000000])", 1000000, "element")
     ->Unit(benchmark::kMillisecond);
+// Reductions of the same range to one number.
+BENCHMARK_CAPTURE(Evaluate, SumOfMillionList, u"Sum([1..1000000])", 1000000, "element")
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(Evaluate, StDevOfMillionList, u"StDev([1..1000000])", 1000000, "element")
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(Evaluate, MedianOfMillionList, u"Median([1..1000000])", 1000000, "element")
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(Evaluate, UpperOfThousandCharacters, upperOfThousand.c_str(), 1000, "character");
 
 // The same work as the million-element formula, written as plain C++.

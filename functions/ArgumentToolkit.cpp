@@ -21,6 +21,9 @@ WString ParameterErrorReport(ICalcContext& context, const Error& error,
     return report + u"parameter for function " + functionName + u".";
 }
 
+// Whether lists are built without null numbers now.
+bool NullsLeftOut() { return CurrentContext()->GetNullMode().listMode > 0; }
+
 }  // namespace
 
 Object* EvaluateArgument(Environment& environment, const FunctionArgument& argument,
@@ -79,6 +82,31 @@ int32_t IntArgument(const FunctionArgument& argument, size_t place) {
     return value;
 }
 
+int32_t OptionalInt(const ArgumentList& arguments, size_t place, int32_t fallback) {
+    return place < arguments.size() ? IntArgument(arguments[place], place) : fallback;
+}
+
+Object* CopyOf(const FunctionArgument& argument, size_t place) {
+    RequireArgument(argument, place);
+    Object* value = argument.value.Get();
+    return value->IsProxy() ? Resolve(value) : value->Clone();
+}
+
+Object* SoleNumberList(const FunctionArgument& argument) {
+    Object* value = argument.value.Get();
+    if (!value || !value->GetType().IsA(NumberVectorObject::Type::Instance()) ||
+        value->refCount.load() != 1)
+        return nullptr;
+    AddRef(value);
+    return value;
+}
+
+Object* OwnCopy(const FunctionArgument& argument, size_t place) {
+    RequireArgument(argument, place);
+    if (Object* list = SoleNumberList(argument)) return list;
+    return CopyOf(argument, place);
+}
+
 Object* NewNumber(Environment& environment, double value) {
     return CurrentFactory()->CreateFloat(&environment, value);
 }
@@ -88,7 +116,7 @@ Object* NewText(Environment& environment, const WString& text) {
 }
 
 void FlattenNumbers(const ArgumentList& arguments, DoubleVector& target, bool honourNullMode) {
-    const bool skipNulls = honourNullMode && CurrentContext()->GetNullMode().listMode > 0;
+    const bool skipNulls = honourNullMode && NullsLeftOut();
     DoubleVector numbers;
     for (size_t i = 0; i < arguments.size(); ++i) {
         RequireArgument(arguments[i], i);
@@ -96,6 +124,14 @@ void FlattenNumbers(const ArgumentList& arguments, DoubleVector& target, bool ho
         arguments[i].value->AppendToNumbers(numbers, skipNulls);
         target.values.insert(target.values.end(), numbers.values.begin(), numbers.values.end());
     }
+}
+
+std::span<const double> ArgumentNumbers(const ArgumentList& arguments, DoubleVector& gathered) {
+    const Object* single = arguments.size() == 1 ? arguments[0].value.Get() : nullptr;
+    if (single && single->GetType().IsA(NumberVectorObject::Type::Instance()) && !NullsLeftOut())
+        return static_cast<const NumberVectorObject*>(single)->values;
+    FlattenNumbers(arguments, gathered, true);
+    return gathered.values;
 }
 
 void WrapParameterError(const Error& error, const char16_t* functionName, int index) {

@@ -2,10 +2,12 @@
 // zero-based; messages name the place one-based ("1st parameter").
 #pragma once
 
+#include <span>
 #include <string_view>
 
 #include "tree/Arguments.h"
 #include "values/Exception.h"
+#include "values/ICalcContext.h"
 #include "values/NumberVectorObject.h"
 
 namespace CalcEngine {
@@ -33,6 +35,19 @@ Object& RequireEvaluatedArgument(Environment& environment, FunctionArgument& arg
 WString TextArgument(const FunctionArgument& argument, size_t place);
 double NumberArgument(const FunctionArgument& argument, size_t place);
 int32_t IntArgument(const FunctionArgument& argument, size_t place);
+// The integer of parameter `place`, or `fallback` when the call has fewer.
+int32_t OptionalInt(const ArgumentList& arguments, size_t place, int32_t fallback);
+// A copy of the parameter's value, which it must have, for changing: of a
+// variable, a copy of what it holds, since operators reach a value only
+// through the variable.
+Object* CopyOf(const FunctionArgument& argument, size_t place);
+// The parameter's own number list, with one more reference, when nothing but
+// the call holds it: a handler may then change it and answer it. Null
+// otherwise, also for a parameter without a value.
+Object* SoleNumberList(const FunctionArgument& argument);
+// The parameter's value, which it must have, to change and answer: its own
+// number list where SoleNumberList gives it, otherwise CopyOf.
+Object* OwnCopy(const FunctionArgument& argument, size_t place);
 
 // A new number or text for a handler's result, one reference for the caller.
 Object* NewNumber(Environment& environment, double value);
@@ -42,6 +57,11 @@ Object* NewText(Environment& environment, const WString& text);
 // have a value. With `honourNullMode`, nulls are left out while the context
 // ignores nulls.
 void FlattenNumbers(const ArgumentList& arguments, DoubleVector& target, bool honourNullMode);
+// The numbers that FlattenNumbers(arguments, gathered, true) gives, read
+// without a copy where they stand in a single number list and no null is to
+// be left out; otherwise gathered into `gathered`. Valid while the
+// arguments and `gathered` are.
+std::span<const double> ArgumentNumbers(const ArgumentList& arguments, DoubleVector& gathered);
 
 // Raises the error caught while a lazy handler evaluated a parameter again,
 // naming the parameter's place (none for -1) and the function; a MathError
@@ -52,6 +72,22 @@ void FlattenNumbers(const ArgumentList& arguments, DoubleVector& target, bool ho
 // not there, when `item` is empty or longer than `list`. A field may stand
 // in double quotes, which are not part of it; the comparison is exact.
 size_t CsvPosition(std::u16string_view item, std::u16string_view list);
+
+// Lets a handler change the context's null handling for its lifetime and
+// restores all of it after, also when an exception leaves.
+class NullModeScope {
+public:
+    explicit NullModeScope(ICalcContext& context)
+        : mode(context.GetNullMode()), saved(context.GetNullMode()) {}
+    ~NullModeScope() { mode = saved; }
+    NullModeScope(const NullModeScope&) = delete;
+    NullModeScope& operator=(const NullModeScope&) = delete;
+
+    NullMode& mode;
+
+private:
+    const NullMode saved;
+};
 
 // Runs `functor` (double to double) over the numbers of `object` in place: a
 // number list element by element, a scalar as one number, any other value
@@ -72,21 +108,13 @@ void ApplyToObject(Object& object, Functor functor) {
     }
 }
 
-// ApplyToObject on the first argument: a number list is changed in place,
-// any other value in a copy, so a scalar stays a scalar and a list a list.
-// One reference for the caller.
+// ApplyToObject on the first argument's own copy (OwnCopy), so a scalar
+// stays a scalar and a list a list. One reference for the caller.
 template <class Functor>
 Object* ApplyToParameter(ArgumentList& arguments, Functor functor) {
-    RequireArgument(arguments[0], 0);
-    Object& value = *arguments[0].value;
-    if (value.GetType().IsA(NumberVectorObject::Type::Instance())) {
-        ApplyToObject(value, functor);
-        AddRef(&value);
-        return &value;
-    }
-    PtrWrapper copy(value.Clone());
-    ApplyToObject(*copy, functor);
-    return copy.Detach();
+    PtrWrapper result(OwnCopy(arguments[0], 0));
+    ApplyToObject(*result, functor);
+    return result.Detach();
 }
 
 }  // namespace CalcEngine

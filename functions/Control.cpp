@@ -122,11 +122,12 @@ Object* IfList(Environment& environment, ArgumentList& arguments, NumberVectorOb
     DoubleVector falsePart;
     if (threeParts) EvaluateOrRaise(environment, arguments[2], u"false-part evaluation error");
     falsePart = PartNumbers(threeParts ? arguments[2].value.Get() : nullptr, size);
+    // The choices overwrite the condition's list where nothing else holds it.
+    PtrWrapper result(OwnCopy(arguments[0], 0));
+    std::vector<double>& choices = static_cast<NumberVectorObject&>(*result).values;
     for (size_t i = 0; i < size; ++i)
-        condition.values[i] =
-            IsTrue(condition.values[i]) ? truePart.values[i] : falsePart.values[i];
-    AddRef(&condition);
-    return &condition;
+        choices[i] = IsTrue(choices[i]) ? truePart.values[i] : falsePart.values[i];
+    return result.Detach();
 }
 
 // The condition is taken as it comes: only a list value is judged element by
@@ -335,21 +336,6 @@ Object* IgnoreNullFunc(ICalcContext& context, Environment& environment, Argument
 Object* RaiseNullFunc(ICalcContext& context, Environment& environment, ArgumentList& arguments) {
     return RunWithNullMode(context, environment, arguments, 0);
 }
-
-// Sets the context's null handling for its lifetime and restores it after.
-class NullModeScope {
-public:
-    explicit NullModeScope(ICalcContext& context)
-        : mode(context.GetNullMode()), saved(context.GetNullMode()) {}
-    ~NullModeScope() { mode = saved; }
-    NullModeScope(const NullModeScope&) = delete;
-    NullModeScope& operator=(const NullModeScope&) = delete;
-
-    NullMode& mode;
-
-private:
-    const NullMode saved;
-};
 
 // 1 for a missing value; for anything else a list with 1 where a number is
 // null (or not finite) and 0 elsewhere. Nulls from the host arrive as null

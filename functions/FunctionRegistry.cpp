@@ -157,7 +157,7 @@ constexpr std::array<std::u16string_view, 143> registrationOrder = {
 
 // The tables of the families built so far; a builtin of any other family
 // is not known.
-constexpr std::array families = {&controlFunctions, &mathFunctions, &textFunctions};
+constexpr std::array families = {&controlFunctions, &listFunctions, &mathFunctions, &textFunctions};
 
 const BuiltinEntry* FindEntry(std::u16string_view name) {
     for (const std::span<const BuiltinEntry>* family : families) {

@@ -43,6 +43,7 @@ private:
 
 // The registration tables of the builtin families.
 extern const std::span<const BuiltinEntry> controlFunctions;
+extern const std::span<const BuiltinEntry> listFunctions;
 extern const std::span<const BuiltinEntry> mathFunctions;
 extern const std::span<const BuiltinEntry> textFunctions;
 

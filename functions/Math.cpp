@@ -66,14 +66,6 @@ Object* NewSingleList(Environment& environment, double value) {
     return list.Detach();
 }
 
-// A copy of the argument's value, for changing: of a variable, a copy of what
-// it holds, since operators reach a value only through the variable.
-Object* CopyOf(const FunctionArgument& argument, size_t index) {
-    RequireArgument(argument, index);
-    Object* value = argument.value.Get();
-    return value->IsProxy() ? Resolve(value) : value->Clone();
-}
-
 template <double (*functor)(double)>
 Object* FunctorFunc(ICalcContext&, Environment&, ArgumentList& arguments) {
     // Called directly, not through a pointer: the loop over a list inlines it.

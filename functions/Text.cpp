@@ -22,10 +22,6 @@ WString OptionalText(const ArgumentList& arguments, size_t index, const WString&
     return index < arguments.size() ? TextArgument(arguments[index], index) : fallback;
 }
 
-int32_t OptionalInt(const ArgumentList& arguments, size_t index, int32_t fallback) {
-    return index < arguments.size() ? IntArgument(arguments[index], index) : fallback;
-}
-
 // Appends `piece` unless the text would pass the limit.
 void AppendChecked(WString& text, std::u16string_view piece) {
     CheckTextLength(text.size() + piece.size());

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <functional>
 
 #include "values/DivisionFault.h"
 #include "values/Object.h"
@@ -23,6 +25,50 @@ public:
 private:
     double sum = 0.0;
 };
+
+// The product of the elements; a null element makes it null.
+class UnProductFunc {
+public:
+    void operator()(double x) { product *= x; }
+    double Result() const { return product; }
+
+private:
+    double product = 1.0;
+};
+
+// The mean of the elements: null when one is, 0.0 for no element.
+class UnMeanFunc {
+public:
+    void operator()(double x) {
+        sum(x);
+        ++count;
+    }
+    double Result() const { return count == 0 ? 0.0 : sum.Result() / static_cast<double>(count); }
+
+private:
+    UnSumFunc sum;
+    size_t count = 0;
+};
+
+// The lowest (Better = std::less) or greatest (std::greater) element. A null
+// element makes the result null for good; 0.0 for no element.
+template <class Better>
+class UnExtremeFunc {
+public:
+    void operator()(double x) {
+        if (CalcEngine::IsNull(current)) return;
+        if (CalcEngine::IsNull(x) || first || Better()(x, current)) current = x;
+        first = false;
+    }
+    double Result() const { return current; }
+
+private:
+    double current = 0.0;
+    bool first = true;
+};
+
+using UnMinFunc = UnExtremeFunc<std::less<double>>;
+using UnMaxFunc = UnExtremeFunc<std::greater<double>>;
 
 // Logical combinations of each element with a scalar: 1.0 or 0.0, with a
 // null counting as not 0.0.

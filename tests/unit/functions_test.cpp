@@ -109,20 +109,32 @@ ArgumentList ArgumentsOf(Object* value) {
     return arguments;
 }
 
-// A number list is changed in place; a scalar is copied and stays a scalar.
+// A number list that only the call holds is changed in place, a shared one
+// in a copy; a scalar is copied and stays a scalar.
 TEST(Functions, ApplyToParameter) {
     ObjectFactory& factory = DefaultFactory();
     auto twice = [](double x) { return 2 * x; };
+    auto TextOf = [](const Object& value) {
+        WString text;
+        value.GetText(text);
+        return text;
+    };
 
-    PtrWrapper list(factory.CreateNumberVector(nullptr));
-    list->SetText(u"1 2 3");
-    ArgumentList listArguments = ArgumentsOf(list.Get());
-    AddRef(list.Get());
-    PtrWrapper doubled(ApplyToParameter(listArguments, twice));
-    EXPECT_EQ(doubled.Get(), list.Get());
-    WString text;
-    doubled->GetText(text);
-    EXPECT_EQ(text, u"2 4 6");
+    Object* sole = factory.CreateNumberVector(nullptr);
+    sole->SetText(u"1 2 3");
+    ArgumentList soleArguments = ArgumentsOf(sole);
+    PtrWrapper doubled(ApplyToParameter(soleArguments, twice));
+    EXPECT_EQ(doubled.Get(), sole);
+    EXPECT_EQ(TextOf(*doubled), u"2 4 6");
+
+    PtrWrapper shared(factory.CreateNumberVector(nullptr));
+    shared->SetText(u"1 2 3");
+    AddRef(shared.Get());
+    ArgumentList sharedArguments = ArgumentsOf(shared.Get());
+    PtrWrapper copy(ApplyToParameter(sharedArguments, twice));
+    EXPECT_NE(copy.Get(), shared.Get());
+    EXPECT_EQ(TextOf(*copy), u"2 4 6");
+    EXPECT_EQ(TextOf(*shared), u"1 2 3");
 
     ArgumentList scalarArguments = ArgumentsOf(factory.CreateFloat(nullptr, 4));
     PtrWrapper result(ApplyToParameter(scalarArguments, twice));

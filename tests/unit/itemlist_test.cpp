@@ -4,17 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <initializer_list>
 #include <vector>
 
-#include "context/CalcContext.h"
-#include "tests/TestClient.h"
-#include "tree/Environment.h"
+#include "tests/unit/ContextFixture.h"
 #include "tree/Operators.h"
 #include "values/Exception.h"
-#include "values/NumberVectorObject.h"
-#include "values/ObjectFactory.h"
-#include "values/ObjectVector.h"
 #include "values/ScalarObjects.h"
 #include "values/VectorObjectMask.h"
 
@@ -23,10 +17,6 @@ using namespace CalcEngine;
 namespace {
 
 const double null = NullNumber();
-
-int32_t NoSymbols(const char16_t*, DTCalcFunctionParameterValue*, int32_t, DTCalcResult*, void*) {
-    return ORDODLL_RESULT_UNKNOWN_ERROR;
-}
 
 // The right side of a logical operator, counting its evaluations.
 class CountingOperand : public LazyOperand {
@@ -43,29 +33,8 @@ private:
     Object* value;
 };
 
-class ItemListTest : public testing::Test {
+class ItemListTest : public ContextFixture {
 protected:
-    ItemListTest()
-        : client(NewTestClient(NoSymbols)),
-          context(static_cast<CalcClient*>(client), nullptr),
-          scope(&context) {}
-    ~ItemListTest() override { iCalcFinalize(client); }
-
-    Object* Int(int32_t value) { return CurrentFactory()->CreateInt(&environment, value); }
-    Object* Number(double value) { return CurrentFactory()->CreateFloat(&environment, value); }
-    Object* Text(const WString& text) { return CurrentFactory()->CreateString(&environment, text); }
-    Object* Numbers(std::initializer_list<double> values) {
-        auto* list =
-            static_cast<NumberVectorObject*>(CurrentFactory()->CreateNumberVector(&environment));
-        list->values = values;
-        return list;
-    }
-    // A list taking over the references of `items`; an item may be null.
-    Object* List(std::initializer_list<Object*> items) {
-        auto* list = static_cast<ObjectVector*>(CurrentFactory()->CreateObjectVector(&environment));
-        for (Object* item : items) list->items.emplace_back(item);
-        return list;
-    }
     static ObjectVector& AsList(const PtrWrapper& list) {
         return static_cast<ObjectVector&>(*list);
     }
@@ -75,16 +44,6 @@ protected:
         value.Dump(out, 0);
         return out;
     }
-    static WString TextOf(const Object& value) {
-        WString out;
-        value.GetText(out);
-        return out;
-    }
-
-    void* client;
-    CalcContext context;
-    CurrentContextScope scope;
-    Environment environment;
 };
 
 // A list of items of several kinds and a null item, as every reading sees it.

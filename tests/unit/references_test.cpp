@@ -5,11 +5,9 @@
 
 #include <cstring>
 
-#include "context/CalcContext.h"
 #include "context/ObjectReference.h"
-#include "tests/TestClient.h"
+#include "tests/unit/ContextFixture.h"
 #include "tree/Arguments.h"
-#include "tree/Environment.h"
 #include "tree/Operators.h"
 #include "values/ObjectFactory.h"
 #include "values/ScalarObjects.h"
@@ -32,13 +30,9 @@ int32_t SymbolIsSeven(const char16_t*, DTCalcFunctionParameterValue*, int32_t, D
     return ORDODLL_RESULT_OK;
 }
 
-class ReferencesTest : public testing::Test {
+class ReferencesTest : public ContextFixture {
 protected:
-    ReferencesTest()
-        : client(NewTestClient(SymbolIsSeven)),
-          context(static_cast<CalcClient*>(client), nullptr),
-          scope(&context) {}
-    ~ReferencesTest() override { iCalcFinalize(client); }
+    ReferencesTest() : ContextFixture(SymbolIsSeven) {}
 
     // The arguments of the formula's only call or symbol.
     const ExpressionList& ArgumentsOf(const WString& formula) {
@@ -58,17 +52,6 @@ protected:
         environment.Accept(finder);
         return *finder.found;
     }
-
-    static WString TextOf(const Object& value) {
-        WString text;
-        value.GetText(text);
-        return text;
-    }
-
-    void* client;
-    CalcContext context;
-    CurrentContextScope scope;
-    Environment environment;
 };
 
 TEST_F(ReferencesTest, ArgumentsEvaluatedOrTakenAsReferences) {

@@ -1,0 +1,62 @@
+// A fixture for unit tests that build values themselves: a calculation
+// context, current for the test's lifetime, on a client with the given
+// symbol callback (by default one that knows no symbol), an environment that
+// owns the values, and builders of the common values.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+
+#include "context/CalcContext.h"
+#include "tests/TestClient.h"
+#include "tree/Environment.h"
+#include "values/NumberVectorObject.h"
+#include "values/ObjectFactory.h"
+#include "values/ObjectVector.h"
+
+namespace CalcEngine {
+
+inline int32_t NoSymbols(const char16_t*, DTCalcFunctionParameterValue*, int32_t, DTCalcResult*,
+                         void*) {
+    return ORDODLL_RESULT_UNKNOWN_ERROR;
+}
+
+class ContextFixture : public testing::Test {
+protected:
+    explicit ContextFixture(TCalcGetSymbolValueFunc symbols = NoSymbols)
+        : client(NewTestClient(symbols)),
+          context(static_cast<CalcClient*>(client), nullptr),
+          scope(&context) {}
+    ~ContextFixture() override { iCalcFinalize(client); }
+
+    Object* Int(int32_t value) { return CurrentFactory()->CreateInt(&environment, value); }
+    Object* Number(double value) { return CurrentFactory()->CreateFloat(&environment, value); }
+    Object* Text(const WString& text) { return CurrentFactory()->CreateString(&environment, text); }
+    Object* Numbers(std::initializer_list<double> values) {
+        auto* list =
+            static_cast<NumberVectorObject*>(CurrentFactory()->CreateNumberVector(&environment));
+        list->values = values;
+        return list;
+    }
+    // An item list taking over the references of `items`; an item may be
+    // null.
+    Object* List(std::initializer_list<Object*> items) {
+        auto* list = static_cast<ObjectVector*>(CurrentFactory()->CreateObjectVector(&environment));
+        for (Object* item : items) list->items.emplace_back(item);
+        return list;
+    }
+
+    static WString TextOf(const Object& value) {
+        WString text;
+        value.GetText(text);
+        return text;
+    }
+
+    void* client;
+    CalcContext context;
+    CurrentContextScope scope;
+    Environment environment;
+};
+
+}  // namespace CalcEngine
