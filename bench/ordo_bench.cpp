@@ -146,6 +146,30 @@ BENCHMARK_CAPTURE(Evaluate, StDevOfMillionList, u"StDev([1..1000000])", 1000000,
 BENCHMARK_CAPTURE(Evaluate, MedianOfMillionList, u"Median([1..1000000])", 1000000, "element")
     ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(Evaluate, UpperOfThousandCharacters, upperOfThousand.c_str(), 1000, "character");
+// Scalar conversions and dates, per call. AddToDate steps two billion days
+// in the time of one.
+BENCHMARK_CAPTURE(Evaluate, TextOfNumber, u"Text(1234.5678, 2)", 1, "call");
+BENCHMARK_CAPTURE(Evaluate, FormatOfNumber, u"Format(\"%.2f\", 1234.5678)", 1, "call");
+BENCHMARK_CAPTURE(Evaluate, WeekOfDate, u"WeekOfDate(40909)", 1, "call");
+BENCHMARK_CAPTURE(Evaluate, AddToDateTwoBillionDays, u"AddToDate(40909, 1, 2, 2000000000)", 1,
+                  "call");
+
+// IRR of 120 monthly cash flows: an investment, a return each month and a
+// reinvestment every two years; a rate for each of the 120 start periods.
+std::u16string IrrOfCashFlow() {
+    std::u16string text = u"IRR([-1000";
+    for (int month = 1; month < 120; ++month) text += month % 24 == 0 ? u" -300" : u" 25";
+    return text + u"], 0.01)";
+}
+const std::u16string irrOf120Periods = IrrOfCashFlow();
+BENCHMARK_CAPTURE(Evaluate, IrrOf120Periods, irrOf120Periods.c_str(), 1, "call")
+    ->Unit(benchmark::kMicrosecond);
+
+// NPErlbChs of 10,000 traffic values from 0.01 to 100 Erlang at 2% blocking:
+// one step of the Erlang B recursion per channel, about 60 per element.
+BENCHMARK_CAPTURE(Evaluate, ErlangChannelsOfTenThousand, u"NPErlbChs([1..10000] / 100, 0.02)",
+                  10000, "element")
+    ->Unit(benchmark::kMicrosecond);
 
 // The same work as the million-element formula, written as plain C++.
 void PlainLoopMillionList(benchmark::State& state) {

@@ -1,5 +1,6 @@
 #include "functions/ArgumentToolkit.h"
 
+#include "tree/Operators.h"
 #include "values/ICalcContext.h"
 #include "values/ObjectFactory.h"
 
@@ -86,6 +87,11 @@ int32_t OptionalInt(const ArgumentList& arguments, size_t place, int32_t fallbac
     return place < arguments.size() ? IntArgument(arguments[place], place) : fallback;
 }
 
+int32_t IntIfEvaluated(const ArgumentList& arguments, size_t place, int32_t fallback) {
+    const bool evaluated = place < arguments.size() && arguments[place].value;
+    return evaluated ? IntArgument(arguments[place], place) : fallback;
+}
+
 Object* CopyOf(const FunctionArgument& argument, size_t place) {
     RequireArgument(argument, place);
     Object* value = argument.value.Get();
@@ -105,6 +111,12 @@ Object* OwnCopy(const FunctionArgument& argument, size_t place) {
     RequireArgument(argument, place);
     if (Object* list = SoleNumberList(argument)) return list;
     return CopyOf(argument, place);
+}
+
+void CheckListLength(uint64_t length) {
+    if (length > static_cast<uint64_t>(Range::MaxLength))
+        RaiseRuntimeError(u"the resulting list would exceed the maximum length of " +
+                          ToDecimal(Range::MaxLength) + u" values");
 }
 
 Object* NewNumber(Environment& environment, double value) {

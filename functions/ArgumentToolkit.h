@@ -37,6 +37,9 @@ double NumberArgument(const FunctionArgument& argument, size_t place);
 int32_t IntArgument(const FunctionArgument& argument, size_t place);
 // The integer of parameter `place`, or `fallback` when the call has fewer.
 int32_t OptionalInt(const ArgumentList& arguments, size_t place, int32_t fallback);
+// The integer of parameter `place` where the call has it and it has a value;
+// `fallback` for a parameter left out or one that did not evaluate.
+int32_t IntIfEvaluated(const ArgumentList& arguments, size_t place, int32_t fallback);
 // A copy of the parameter's value, which it must have, for changing: of a
 // variable, a copy of what it holds, since operators reach a value only
 // through the variable.
@@ -48,6 +51,10 @@ Object* SoleNumberList(const FunctionArgument& argument);
 // The parameter's value, which it must have, to change and answer: its own
 // number list where SoleNumberList gives it, otherwise CopyOf.
 Object* OwnCopy(const FunctionArgument& argument, size_t place);
+
+// Raises where a list would grow longer than the longest list the library
+// makes, the longest range.
+void CheckListLength(uint64_t length);
 
 // A new number or text for a handler's result, one reference for the caller.
 Object* NewNumber(Environment& environment, double value);

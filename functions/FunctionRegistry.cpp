@@ -155,9 +155,11 @@ constexpr std::array<std::u16string_view, 143> registrationOrder = {
     u"Concatenate",
 };
 
-// The tables of the families built so far; a builtin of any other family
-// is not known.
-constexpr std::array families = {&controlFunctions, &listFunctions, &mathFunctions, &textFunctions};
+// The tables of the builtin families; each name of the registration order
+// stands in one of them.
+constexpr std::array families = {&controlFunctions,         &conversionFunctions, &dateFunctions,
+                                 &financeFunctions,         &listFunctions,       &mathFunctions,
+                                 &networkPlanningFunctions, &textFunctions};
 
 const BuiltinEntry* FindEntry(std::u16string_view name) {
     for (const std::span<const BuiltinEntry>* family : families) {

@@ -43,8 +43,12 @@ private:
 
 // The registration tables of the builtin families.
 extern const std::span<const BuiltinEntry> controlFunctions;
+extern const std::span<const BuiltinEntry> conversionFunctions;
+extern const std::span<const BuiltinEntry> dateFunctions;
+extern const std::span<const BuiltinEntry> financeFunctions;
 extern const std::span<const BuiltinEntry> listFunctions;
 extern const std::span<const BuiltinEntry> mathFunctions;
+extern const std::span<const BuiltinEntry> networkPlanningFunctions;
 extern const std::span<const BuiltinEntry> textFunctions;
 
 }  // namespace CalcEngine

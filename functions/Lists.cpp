@@ -13,7 +13,6 @@
 
 #include "functions/ArgumentToolkit.h"
 #include "functions/FunctionRegistry.h"
-#include "tree/Operators.h"
 #include "values/ListFunctors.h"
 #include "values/ObjectFactory.h"
 #include "values/ObjectVector.h"
@@ -75,14 +74,6 @@ PtrWrapper OwnNumbersNotEmpty(Environment& environment, const FunctionArgument& 
     NumberVectorObject& numbers = AsNumbers(*list);
     numbers.Resize(std::max<size_t>(numbers.Size(), 1));
     return list;
-}
-
-// Raises where a list would grow longer than the longest list the library
-// makes, the longest range.
-void CheckListLength(uint64_t length) {
-    if (length > static_cast<uint64_t>(Range::MaxLength))
-        RaiseRuntimeError(u"the resulting list would exceed the maximum length of " +
-                          ToDecimal(Range::MaxLength) + u" values");
 }
 
 // The result of the reader `Reader` over `numbers`, in one pass.

@@ -141,6 +141,10 @@ std::string Raised(const std::string& message, const std::string& function) {
            function + ".\n\n";
 }
 
+std::string Failure(const std::string& message, const std::string& function) {
+    return "Calculation failed\n" + Raised(message, function);
+}
+
 std::string WrongCount(const std::string& detail) {
     return "Formula preparation failed\nSemantic error:\nWrong number of parameters for function " +
            detail + "!\n\n";

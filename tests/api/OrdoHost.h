@@ -103,6 +103,8 @@ public:
 // feed is "\n": a handler's error, and a wrong number of parameters.
 std::string Raised(const std::string& message, const std::string& function);
 std::string WrongCount(const std::string& detail);
+// The whole summary of a calculation that a handler's error failed.
+std::string Failure(const std::string& message, const std::string& function);
 
 // Reads a result record and frees its buffer.
 Outcome TakeResult(int32_t code, DTCalcResult& result);

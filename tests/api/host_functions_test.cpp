@@ -178,8 +178,7 @@ TEST(HostFunctions, ParametersReachTheHandlerTyped) {
         {"Show(x, x, x, x)", {{Number, "7"}, {Text, "7"}, {List, "{7}"}, {Reference, "x()"}}},
         {"Show(1.5, \"\", [1 2], x(2, \"a\"))",
          {{Number, "1.5"}, {Text, ""}, {List, "{1 2}"}, {Reference, "x(2|a)"}}},
-        {"show(\"3\", 4, \"5 6\", x + 1)",
-         {{Number, "3"}, {Text, "4"}, {List, "{5 6}"}}},
+        {"show(\"3\", 4, \"5 6\", x + 1)", {{Number, "3"}, {Text, "4"}, {List, "{5 6}"}}},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.formula);

@@ -40,11 +40,6 @@ void ExpectTexts(const std::vector<Row>& rows) {
     }
 }
 
-// A failed calculation's summary with a handler's error.
-std::string Failure(const std::string& message, const std::string& function) {
-    return "Calculation failed\n" + Raised(message, function);
-}
-
 const std::string TooLong = "the resulting list would exceed the maximum length of 1000000 values";
 
 TEST(Lists, Reductions) {

@@ -39,11 +39,6 @@ void ExpectTexts(const std::vector<Row>& rows) {
     }
 }
 
-// A failed calculation's summary with a handler's error.
-std::string Failure(const std::string& message, const std::string& function) {
-    return "Calculation failed\n" + Raised(message, function);
-}
-
 // The numbers of a list's text.
 std::vector<double> Numbers(const std::string& text) {
     std::vector<double> numbers;
