@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "context/HostBridge.h"
+#include "context/HostCall.h"
 #include "values/HostMemory.h"
 #include "values/ICalcContext.h"
 
@@ -35,13 +36,17 @@ Object* CalcClient::GetSymbolValue(Environment& environment, const WString& symb
 
 Object* CalcClient::AskSymbolValue(Environment& environment, const WString& symbol,
                                    DTCalcFunctionParameterValue* parameters) const {
+    // A host without a symbol callback gets an evaluation error, not a fault.
+    if (!getSymbolValue)
+        RaiseRuntimeError(u"Error: no symbol value callback to evaluate external symbol: " +
+                          symbol);
     ICalcContext& context = *CurrentContext();
     const int32_t symbolFlags = context.GetNullMode().listMode > 0
                                     ? ORDODLL_GET_SYMBOL_VALUE_FLAG_IGNORE_NULL
                                     : ORDODLL_GET_SYMBOL_VALUE_FLAG_DEFAULT;
     DTCalcResult result{};
-    const int32_t code =
-        getSymbolValue(symbol.c_str(), parameters, symbolFlags, &result, context.GetClientData());
+    const int32_t code = CallHost(getSymbolValue, symbol.c_str(), parameters, symbolFlags, &result,
+                                  context.GetClientData());
     // The buffer is the library's to release, whatever the host answered.
     HostBuffer buffer(result.xResultBuffer);
     if (code != ORDODLL_RESULT_OK)
@@ -51,7 +56,7 @@ Object* CalcClient::AskSymbolValue(Environment& environment, const WString& symb
 }
 
 void CalcClient::WriteLogEntry(const WString& text, int32_t priority) const {
-    const int32_t code = writeLogEntry(text.c_str(), priority);
+    const int32_t code = CallHost(writeLogEntry, text.c_str(), priority);
     if (code != ORDODLL_RESULT_OK)
         RaiseRuntimeError(CallbackErrorHead(code) + u" occurred while writing log entry");
 }
@@ -60,7 +65,8 @@ void CalcClient::OnExternalObjectReferenceCreated(int32_t position, const WStrin
                                                   DTCalcFunctionParameterValue* parameters,
                                                   int32_t& referenceFlags) const {
     DTExternalObjectReferenceData data{symbol.c_str(), parameters, referenceFlags, position};
-    const int32_t code = onExternalObjectReferenceCreated(&data, CurrentContext()->GetClientData());
+    const int32_t code =
+        CallHost(onExternalObjectReferenceCreated, &data, CurrentContext()->GetClientData());
     if (code != ORDODLL_RESULT_OK)
         RaiseSemanticError(CallbackErrorHead(code) +
                            u" occurred while initializing external object reference to symbol: " +
@@ -71,7 +77,7 @@ void CalcClient::OnExternalObjectReferenceCreated(int32_t position, const WStrin
 void CalcClient::OnExternalFunctionCallCreated(const WString& name) const {
     if (!onExternalFunctionCallCreated) return;
     const int32_t code =
-        onExternalFunctionCallCreated(name.c_str(), CurrentContext()->GetClientData());
+        CallHost(onExternalFunctionCallCreated, name.c_str(), CurrentContext()->GetClientData());
     if (code != ORDODLL_RESULT_OK)
         RaiseSemanticError(CallbackErrorHead(code) +
                            u" occurred while initializing external function call to function: " +

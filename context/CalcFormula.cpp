@@ -80,7 +80,10 @@ int32_t RecyclableCalcFormula::CopyPrecalculatedResult(DTCalcResult& result) con
     return precalculated->status;
 }
 
+void (*calculationProbe)() = nullptr;
+
 int32_t RecyclableCalcFormula::CalculateToResult(DTCalcResult& result) {
+    if (calculationProbe) calculationProbe();
     try {
         PtrWrapper value(Calculate(nullptr));
         return Convert(value.Get(), result);

@@ -9,6 +9,10 @@
 #include "interface/ordo.h"
 #include "tree/Environment.h"
 
+// For tests of the fault guard: when set, every calculation calls it first,
+// among the library's own frames.
+extern void (*calculationProbe)();
+
 class RecyclableCalcFormula : public CalcEngine::Environment {
 public:
     ~RecyclableCalcFormula() override;

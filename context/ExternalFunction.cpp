@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "context/CalcClient.h"
+#include "context/HostCall.h"
 #include "context/ObjectReference.h"
 #include "functions/ArgumentToolkit.h"
 #include "tree/References.h"
@@ -68,8 +69,12 @@ public:
     using IFunctionParameter::IFunctionParameter;
     void Evaluate(Environment& environment, const FunctionArgument& argument,
                   ParameterArray& parameters, size_t index) const override {
-        auto* number = static_cast<double*>(AllocateHostMemory(sizeof(double)));
-        ValueOf(environment, argument, index)->GetNumber(*number);
+        // The value first: fetching it may raise, and the buffer is owned by
+        // the array only once stored there.
+        double value;
+        ValueOf(environment, argument, index)->GetNumber(value);
+        auto* number = static_cast<double*>(AllocateHostMemory(sizeof value));
+        *number = value;
         parameters[index].xValue = number;
         parameters[index].iType = ORDODLL_FUNCTION_PARAMETER_TYPE_NUMBER;
     }
@@ -174,7 +179,7 @@ Object* ExternalFunction::Calculate(ICalcContext& context, Environment& environm
                               ? ORDODLL_EXTERNAL_FUNCTION_HANDLER_FLAG_IGNORE_NULL
                               : ORDODLL_EXTERNAL_FUNCTION_HANDLER_FLAG_DEFAULT;
     DTCalcResult result{};
-    const int32_t code = handler(flags, values.First(), context.GetClientData(), &result);
+    const int32_t code = CallHost(handler, flags, values.First(), context.GetClientData(), &result);
     HostBuffer buffer(result.xResultBuffer);
     if (code != ORDODLL_RESULT_OK)
         RaiseRuntimeError(u"Error calculating function : " + name + u". " + TextOfResult(result));

@@ -1,25 +1,35 @@
 #include "interface/FaultGuard.h"
 
-#include <dlfcn.h>
-#include <setjmp.h>
+#include <pthread.h>
 #include <signal.h>
+#include <ucontext.h>
 
-#include <cstdio>
+#define UNW_LOCAL_ONLY
+#include <libunwind.h>
+
 #include <cstdlib>
-#include <exception>
 
 #include "context/CalcClient.h"
 #include "context/FactoryPool.h"
+#include "context/HostCall.h"
+#include "interface/CrashReport.h"
 #include "interface/PrepareLock.h"
-#include "values/DivisionFault.h"
 #include "values/ICalcContext.h"
 
 using namespace CalcEngine;
 
 namespace {
 
-// What a faulting call leaves behind on its thread and the guard restores:
-// the frames it skipped could not.
+// A sanitizer reports the library's own faults far better than the guard:
+// there the guard takes only faults in the host's code.
+#if defined(ORDO_SANITIZED) || defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool guardsLibraryCode = false;
+#else
+constexpr bool guardsLibraryCode = true;
+#endif
+
+// What a fault in the library's own code leaves behind on its thread and
+// the guard restores: the frames it skipped could not.
 struct ThreadState {
     size_t locksHeld;
     size_t factoriesBorrowed;
@@ -35,27 +45,59 @@ struct ThreadState {
     }
 };
 
-struct GuardFrame {
-    sigjmp_buf jump;
-    GuardFrame* previous;
-    int signal;
-    int code;
-    void* address;
-};
+// The lowest address of this thread's stack, below which a fault is a stack
+// overflow; 0 where the thread's stack is unknown.
+thread_local uintptr_t stackLimit = 0;
 
-thread_local GuardFrame* activeGuard = nullptr;
+constexpr uintptr_t StackGuardZone = 1 << 20;
+
+bool IsStackOverflow(const void* address) {
+    const auto touched = reinterpret_cast<uintptr_t>(address);
+    return stackLimit != 0 && touched < stackLimit + 4096 && touched + StackGuardZone >= stackLimit;
+}
+
+// Walks the stack from the interrupted instruction; libunwind does that
+// from a signal frame without allocating.
+size_t WalkStack(void* machineContext, StackFrame* frames) {
+    unw_cursor_t cursor;
+    if (unw_init_local2(&cursor, static_cast<unw_context_t*>(machineContext),
+                        UNW_INIT_SIGNAL_FRAME) != 0)
+        return 0;
+    size_t depth = 0;
+    do {
+        unw_word_t pc = 0, sp = 0;
+        if (unw_get_reg(&cursor, UNW_REG_IP, &pc) != 0 || pc == 0) break;
+        unw_get_reg(&cursor, UNW_REG_SP, &sp);
+        frames[depth++] = {pc, sp};
+    } while (depth < FaultRecord::MaxFrames && unw_step(&cursor) > 0);
+    return depth;
+}
+
+void Record(FaultRecord& fault, int signal, const siginfo_t& info, void* machineContext) {
+    fault.signal = signal;
+    fault.code = info.si_code;
+    fault.address = info.si_addr;
+    fault.instruction = static_cast<uintptr_t>(
+        static_cast<ucontext_t*>(machineContext)->uc_mcontext.gregs[REG_RIP]);
+    fault.stackOverflow = signal == SIGSEGV && IsStackOverflow(info.si_addr);
+    fault.depth = WalkStack(machineContext, fault.frames);
+}
 
 constexpr int guardedSignals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL};
 struct sigaction previousActions[NSIG];
 
 void OnFault(int signal, siginfo_t* info, void* machineContext) {
-    if (GuardFrame* frame = activeGuard) {
-        frame->signal = signal;
-        frame->code = info->si_code;
-        frame->address = info->si_addr;
+    FaultFrame* frame = innermostFaultFrame;
+    if (frame && (frame->hostCode || guardsLibraryCode)) {
+        Record(frame->record, signal, *info, machineContext);
+        // The jump skips the return from the handler that would restore the
+        // interrupted code's signal mask. The handler itself blocks nothing,
+        // but a runtime that wraps handlers (a sanitizer's) may have.
+        pthread_sigmask(SIG_SETMASK, &static_cast<ucontext_t*>(machineContext)->uc_sigmask,
+                        nullptr);
         siglongjmp(frame->jump, 1);
     }
-    // Not inside a guarded call: hand the fault to whoever had it before.
+    // Not ours to take: hand the fault to whoever had it before.
     const struct sigaction& previous = previousActions[signal];
     if (previous.sa_flags & SA_SIGINFO)
         previous.sa_sigaction(signal, info, machineContext);
@@ -65,7 +107,18 @@ void OnFault(int signal, siginfo_t* info, void* machineContext) {
         previous.sa_handler(signal);
 }
 
+// Lets libunwind set up its global state now, on one thread, rather than in
+// the first handler; later walks keep their caches per thread, so that no
+// walk waits for another's lock.
+void PrepareStackWalk() {
+    unw_set_caching_policy(unw_local_addr_space, UNW_CACHE_PER_THREAD);
+    unw_context_t here;
+    unw_cursor_t cursor;
+    if (unw_getcontext(&here) == 0 && unw_init_local(&cursor, &here) == 0) unw_step(&cursor);
+}
+
 bool InstallHandlers() {
+    PrepareStackWalk();
     struct sigaction action {};
     action.sa_sigaction = OnFault;
     // SA_NODEFER leaves the signal unblocked in the handler, so jumping out
@@ -76,11 +129,13 @@ bool InstallHandlers() {
     return true;
 }
 
-// A stack overflow can only be reported from another stack: give the thread
-// an alternate signal stack unless it has one.
-class AlternateStack {
+// A stack overflow can only be handled on another stack: the thread gets an
+// alternate signal stack unless it has one. It also learns where its stack
+// ends.
+class ThreadSetup {
 public:
-    AlternateStack() {
+    ThreadSetup() {
+        FindStackLimit();
         stack_t current;
         if (sigaltstack(nullptr, &current) != 0 || !(current.ss_flags & SS_DISABLE)) return;
         stack_t own{};
@@ -91,87 +146,29 @@ public:
             memory = nullptr;
         }
     }
-    ~AlternateStack() {
+    ~ThreadSetup() {
         if (!memory) return;
         stack_t off{};
         off.ss_flags = SS_DISABLE;
         sigaltstack(&off, nullptr);
         std::free(memory);
     }
+    ThreadSetup(const ThreadSetup&) = delete;
+    ThreadSetup& operator=(const ThreadSetup&) = delete;
 
 private:
+    static void FindStackLimit() {
+        pthread_attr_t attributes;
+        if (pthread_getattr_np(pthread_self(), &attributes) != 0) return;
+        void* lowest = nullptr;
+        size_t size = 0;
+        if (pthread_attr_getstack(&attributes, &lowest, &size) == 0)
+            stackLimit = reinterpret_cast<uintptr_t>(lowest);
+        pthread_attr_destroy(&attributes);
+    }
+
     void* memory = nullptr;
 };
-
-struct FaultName {
-    int signal;
-    int code;  // the si_code that tells SIGFPE's kinds apart; 0 for any
-    const char16_t* name;
-    uint32_t exceptionCode;
-};
-
-// The names and codes by which the host's reports know each fault.
-constexpr FaultName faultNames[] = {
-    {SIGSEGV, 0, u"ACCESS_VIOLATION", 0xC0000005},
-    {SIGBUS, 0, u"IN_PAGE_ERROR", 0xC0000006},
-    {SIGILL, 0, u"ILLEGAL_INSTRUCTION", 0xC000001D},
-    {SIGFPE, FPE_INTDIV, u"INT_DIVIDE_BY_ZERO", 0xC0000094},
-    {SIGFPE, FPE_INTOVF, u"INT_OVERFLOW", 0xC0000095},
-    {SIGFPE, FPE_FLTDIV, u"FLT_DIVIDE_BY_ZERO", 0xC000008E},
-    {SIGFPE, FPE_FLTOVF, u"FLT_OVERFLOW", 0xC0000091},
-    {SIGFPE, FPE_FLTUND, u"FLT_UNDERFLOW", 0xC0000093},
-    {SIGFPE, FPE_FLTRES, u"FLT_INEXACT_RESULT", 0xC000008F},
-    {SIGFPE, 0, u"FLT_INVALID_OPERATION", 0xC0000090},
-};
-
-const FaultName& NameSignal(int signal, int code) {
-    for (const FaultName& fault : faultNames) {
-        if (fault.signal == signal && (fault.code == 0 || fault.code == code)) return fault;
-    }
-    return faultNames[0];
-}
-
-WString Hex(uint64_t value, bool padded) {
-    char buffer[24];
-    std::snprintf(buffer, sizeof buffer, padded ? "0x%016llx" : "0x%llx",
-                  static_cast<unsigned long long>(value));
-    return Widen(buffer);
-}
-
-WString ExceptionLine(const char16_t* name, uint32_t code) {
-    return WString(u"Exception: ") + name + u" (" + Hex(code, true) + u")\r\n";
-}
-
-// "Fault address: <low 32 bits> \t<offset in module> \t<module path>".
-WString FaultAddressLine(void* address) {
-    Dl_info module{};
-    bool located = address && dladdr(address, &module) && module.dli_fname;
-    uint64_t offset = located ? reinterpret_cast<uintptr_t>(address) -
-                                    reinterpret_cast<uintptr_t>(module.dli_fbase)
-                              : 0;
-    return u"Fault address: " + Hex(reinterpret_cast<uintptr_t>(address) & 0xFFFFFFFFu, true) +
-           u" \t0:" + Hex(offset, false) + u" \t" +
-           (located ? FromUtf8(module.dli_fname) : WString()) + u"\r\n";
-}
-
-WString DescribeSignal(const GuardFrame& frame) {
-    const FaultName& fault = NameSignal(frame.signal, frame.code);
-    return ExceptionLine(fault.name, fault.exceptionCode) + FaultAddressLine(frame.address) +
-           u"\r\n";
-}
-
-// Called inside a catch handler: names the exception being handled.
-WString DescribeCurrentException() {
-    try {
-        throw;
-    } catch (const DivisionFault&) {
-        return ExceptionLine(u"INT_DIVIDE_BY_ZERO", 0xC0000094) + u"\r\n";
-    } catch (const std::exception& e) {
-        return ExceptionLine(u"C++ exception", 0xE06D7363) + FromUtf8(e.what()) + u"\r\n\r\n";
-    } catch (...) {
-        return ExceptionLine(u"C++ exception", 0xE06D7363) + u"\r\n";
-    }
-}
 
 // The report must not prevent the result code: a failing log is ignored.
 void WriteReport(CalcClient* client, const WString& report) {
@@ -186,26 +183,30 @@ int32_t RunGuarded(CalcClient* client, int32_t (*work)(void*), void* data) {
     // loaded leaves the host's handlers alone.
     static const bool installed = InstallHandlers();
     (void)installed;
-    thread_local AlternateStack alternateStack;
-    (void)alternateStack;
+    thread_local ThreadSetup threadSetup;
 
     const ThreadState state = ThreadState::Now();
-    GuardFrame frame;
-    frame.previous = activeGuard;
+    FaultFrame frame;
+    frame.previous = innermostFaultFrame;
+    frame.hostCode = false;
     if (sigsetjmp(frame.jump, 0) == 0) {
-        activeGuard = &frame;
+        innermostFaultFrame = &frame;
         try {
             int32_t result = work(data);
-            activeGuard = frame.previous;
+            innermostFaultFrame = frame.previous;
             return result;
+        } catch (const HostFault& fault) {
+            // The library's frames have been unwound: nothing to restore.
+            innermostFaultFrame = frame.previous;
+            WriteReport(client, DescribeFault(fault.record));
         } catch (...) {
-            activeGuard = frame.previous;
+            innermostFaultFrame = frame.previous;
             WriteReport(client, DescribeCurrentException());
         }
     } else {
-        activeGuard = frame.previous;
+        innermostFaultFrame = frame.previous;
         state.Restore();
-        WriteReport(client, DescribeSignal(frame));
+        WriteReport(client, DescribeFault(frame.record));
     }
     return ORDODLL_RESULT_UNHANDLED_EXCEPTION;
 }
