@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "context/CalcContext.h"
+#include "interface/Handles.h"
 #include "interface/ordo.h"
 #include "tests/TestClient.h"
 #include "tree/Environment.h"
@@ -114,7 +115,7 @@ BENCHMARK_CAPTURE(CalculateWithSymbol, HostFunction, u"HostAdd(x, 1)");
 // does it, without the result conversion; reported per unit of work (a node,
 // a list element, a character).
 void Evaluate(benchmark::State& state, const char16_t* text, int64_t units, const char* unit) {
-    CalcContext context(static_cast<CalcClient*>(Client()), nullptr);
+    CalcContext context(ClientOfHandle(Client()), nullptr);
     Environment formula;
     formula.Parse(text, &context);
     for (auto _ : state) {

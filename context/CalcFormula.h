@@ -37,6 +37,9 @@ public:
     bool ReleaseUse() { return --useCount == 0; }
 
     const CalcEngine::WString& Text() const { return text; }
+    // The host's handle for this formula, the same for every preparation.
+    void* Handle() const { return handle; }
+    void SetHandle(void* hostHandle) { handle = hostHandle; }
 
 private:
     struct Precalculated {
@@ -48,5 +51,6 @@ private:
 
     CalcEngine::WString text;
     int32_t useCount = 0;
+    void* handle = nullptr;
     std::unique_ptr<Precalculated> precalculated;
 };

@@ -10,6 +10,7 @@
 #include "context/CalcFormula.h"
 #include "context/ExternalFunction.h"
 #include "interface/FaultGuard.h"
+#include "interface/Handles.h"
 #include "interface/PrepareLock.h"
 #include "interface/ordo.h"
 #include "values/HostMemory.h"
@@ -27,11 +28,6 @@ public:
 private:
     CurrentContextScope scope;
 };
-
-CalcClient* ClientOf(void* handle) { return static_cast<CalcClient*>(handle); }
-RecyclableCalcFormula* FormulaOf(void* handle) {
-    return static_cast<RecyclableCalcFormula*>(handle);
-}
 
 // Counts one more use of a cached formula and tells the host of its
 // references again; false when that fails (the error is in the context).
@@ -71,6 +67,7 @@ RecyclableCalcFormula* PrepareFormula(CalcClient& client, const WString& text, C
     fresh->Precalculate();
     fresh->FillPreparationFlags(result);
     PrepareLock lock;
+    fresh->SetHandle(NewFormulaHandle(*fresh, client));
     client.formulas.Insert(*fresh);
     return fresh.release();
 }
@@ -110,7 +107,8 @@ ORDO_API int32_t iCalcInitialize(DTCalcInit* vxdtInit) {
         client->WriteLogEntry(
             u"Ordo.dll version " + ToDecimal(ORDODLL_VERSION) + u" initialized successfully.",
             ORDODLL_LOG_ENTRY_PRIORITY_NOTIFICATION);
-        *vxdtInit->xxClientHandle = client.release();
+        *vxdtInit->xxClientHandle = NewClientHandle(*client);
+        client.release();
         return ORDODLL_RESULT_OK;
     } catch (...) {
         // A failing log callback: no exception may reach a C host.
@@ -122,9 +120,10 @@ ORDO_API int32_t iCalcPrepareFormula(void* vxClientHandle, const char16_t* vxcFo
                                      DTCalcFormulaPreparationResult* vxdtResult, void** vxHandle,
                                      void* vxData) {
     if (vxHandle) *vxHandle = nullptr;
-    if (!vxcFormula || !vxClientHandle || !vxdtResult)
+    CalcClient* client = ClientOfHandle(vxClientHandle);
+    // Without a place for the handle the formula could never be freed.
+    if (!vxcFormula || !client || !vxdtResult || !vxHandle)
         return ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
-    CalcClient* client = ClientOf(vxClientHandle);
     return Guarded(client, [&]() -> int32_t {
         // The factory before the lock: a calculation holds its factory while
         // its callbacks wait for the lock, so the lock's holder must never
@@ -136,21 +135,22 @@ ORDO_API int32_t iCalcPrepareFormula(void* vxClientHandle, const char16_t* vxcFo
             SetPreparationFailure(*vxdtResult, frame.context);
             return ORDODLL_RESULT_PARSE_ERROR;
         }
-        if (vxHandle) *vxHandle = formula;
+        *vxHandle = formula->Handle();
         return ORDODLL_RESULT_OK;
     });
 }
 
 ORDO_API int32_t iCalcCalculate(void* vxClientHandle, void* vxHandle, DTCalcResult* vxdtResult,
                                 void* vxData) {
-    // The client is needed for its settings; a null one is refused too.
-    if (!vxHandle || !vxdtResult || !vxClientHandle) return ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
-    CalcClient* client = ClientOf(vxClientHandle);
+    // The client is needed for its settings. A formula of another client,
+    // or any formula with no live client, is refused.
+    CalcClient* client = ClientOfHandle(vxClientHandle);
+    RecyclableCalcFormula* formula = FormulaOfHandle(vxHandle, client);
+    if (!formula || !vxdtResult) return ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
     return Guarded(client, [&]() -> int32_t {
-        RecyclableCalcFormula& formula = *FormulaOf(vxHandle);
-        if (formula.HasPrecalculatedResult()) return formula.CopyPrecalculatedResult(*vxdtResult);
+        if (formula->HasPrecalculatedResult()) return formula->CopyPrecalculatedResult(*vxdtResult);
         CallFrame frame(client, vxData);
-        return formula.CalculateToResult(*vxdtResult);
+        return formula->CalculateToResult(*vxdtResult);
     });
 }
 
@@ -174,25 +174,32 @@ ORDO_API int32_t iCalcCalculateFormula(void* vxClientHandle, const char16_t* for
 }
 
 ORDO_API int32_t iCalcFreeFormula(void* vxClientHandle, void* vxHandle) {
-    if (!vxClientHandle || !vxHandle) return ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
-    CalcClient* client = ClientOf(vxClientHandle);
+    CalcClient* client = ClientOfHandle(vxClientHandle);
+    if (!client) return ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
     return Guarded(client, [&]() -> int32_t {
         PrepareLock lock;
-        RecyclableCalcFormula* formula = FormulaOf(vxHandle);
+        // Looked up under the lock: of two frees racing for the last use,
+        // the second finds the handle ended.
+        RecyclableCalcFormula* formula = FormulaOfHandle(vxHandle, client);
+        if (!formula) return ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
         client->formulas.Remove(*formula);
-        if (formula->ReleaseUse()) delete formula;
+        if (formula->ReleaseUse()) {
+            RetireHandle(vxHandle);
+            delete formula;
+        }
         return ORDODLL_RESULT_OK;
     });
 }
 
 ORDO_API int32_t iCalcRegisterFunction(void* vxClientHandle, DTCalcFunction* vxdtFunction) {
+    CalcClient* client = ClientOfHandle(vxClientHandle);
     // A record without a handler could never be called.
-    if (!vxClientHandle || !vxdtFunction || !vxdtFunction->xFunctionHandler)
+    if (!client || !vxdtFunction || !vxdtFunction->xFunctionHandler)
         return ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
     try {
         auto function = std::make_unique<ExternalFunction>(*vxdtFunction);
         PrepareLock lock;
-        ClientOf(vxClientHandle)->registry.Add(std::move(function));
+        client->registry.Add(std::move(function));
         return ORDODLL_RESULT_OK;
     } catch (...) {
         // Out of memory: no exception may reach a C host.
@@ -201,8 +208,16 @@ ORDO_API int32_t iCalcRegisterFunction(void* vxClientHandle, DTCalcFunction* vxd
 }
 
 ORDO_API int32_t iCalcFinalize(void* vxClientHandle) {
-    // Formulas still prepared are not deleted: only the cache's entries go.
-    delete ClientOf(vxClientHandle);
+    if (!vxClientHandle) return ORDODLL_RESULT_OK;
+    // Looked up and ended under the lock: of two finalisations only one
+    // deletes the client.
+    PrepareLock lock;
+    CalcClient* client = ClientOfHandle(vxClientHandle);
+    if (!client) return ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
+    // No legitimate use of the formulas still prepared can follow.
+    DeleteFormulasOf(*client);
+    RetireHandle(vxClientHandle);
+    delete client;
     return ORDODLL_RESULT_OK;
 }
 

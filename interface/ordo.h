@@ -17,6 +17,20 @@
  *
  * Every function returns an ENTCalcErrorCode (0 or negative) unless stated.
  * No C++ exception ever leaves this interface.
+ *
+ * Handles: a client handle and a formula handle are opaque values, not
+ * pointers. A client handle lives from iCalcInitialize to iCalcFinalize; a
+ * formula handle from the first iCalcPrepareFormula that gave it until as
+ * many iCalcFreeFormula calls as preparations gave it, or until its client
+ * is finalised. Every function checks the handles it is given: a null
+ * handle, an ended one, a formula handle passed with a client other than
+ * the one that prepared it, or a handle of the wrong kind answers
+ * ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR (-2) and changes nothing. The
+ * check is exact for every value the library handed out, however long ago;
+ * a value it never handed out (a stray pointer) is not detected. Ending a
+ * handle while another thread still uses it is not detected either: the
+ * host must not make the last free of a formula, or finalise a client,
+ * while another thread calculates with it.
  */
 #ifndef ORDO_H
 #define ORDO_H
@@ -197,7 +211,10 @@ typedef int32_t (*TCalcFunctionHandler)(int32_t viFlags,
 
 /*
  * DTCalcInit: the start-up record. The field order is binding.
- * xWriteLogEntryFunc must not be null. A null xcLineFeed means "\r\n".
+ * xWriteLogEntryFunc must not be null. xGetSymbolValueFunc may be null for
+ * formulas without symbols: a calculation that asks for a symbol then fails
+ * with -4 and the message "Error: no symbol value callback to evaluate
+ * external symbol: " and the symbol. A null xcLineFeed means "\r\n".
  * iQuota 0 means no quota. A separator of 0 means the default
  * ("," for expression lists, "." for decimals).
  */
@@ -275,11 +292,15 @@ ORDO_API int32_t iCalcFreeMemory(void* vxMem);
 ORDO_API int32_t iCalcInitialize(DTCalcInit* vxdtInit);
 
 /*
- * Prepare formula. Stores null through vxHandle first, then answers -2 when
- * vxcFormula, vxClientHandle or vxdtResult is null. On success stores the
- * formula handle and its flags. On a parse error answers -3 with the error
- * text in vxdtResult->xResultBuffer (host frees it). Preparing the same text
- * twice gives the same handle, which then needs two frees. The flags:
+ * Prepare formula. Stores null through vxHandle first (when it is not
+ * null), then answers -2, preparing nothing, when vxcFormula, vxdtResult or
+ * vxHandle is null or vxClientHandle is not a live client handle. On
+ * success stores the formula handle and its flags. On a parse error answers
+ * -3 with the error text in vxdtResult->xResultBuffer (host frees it).
+ * Preparing a text again while its handle is held gives the same handle
+ * with one more use, and each use needs its own iCalcFreeFormula. The first
+ * of those frees ends the sharing: a later preparation of the text parses
+ * it anew into a new handle. The flags:
  * ORDODLL_PREPARED_FORMULA_FLAG_CONST when nothing in the formula varies but
  * its symbols, ORDODLL_PREPARED_FORMULA_FLAG_CONST_REFERENCES when no symbol
  * varies either (no symbols, or the host called each constant); a formula
@@ -291,21 +312,30 @@ ORDO_API int32_t iCalcPrepareFormula(void* vxClientHandle, const char16_t* vxcFo
                                      void* vxData);
 
 /*
- * Calculate prepared formula. Answers -2 when vxClientHandle, vxHandle or
- * vxdtResult is null. Takes no lock: any number of threads may calculate at once. The
- * result buffer belongs to the host.
+ * Calculate prepared formula. Answers -2 when vxdtResult is null,
+ * vxClientHandle is not a live client handle, or vxHandle is not a live
+ * formula handle prepared through that client. Takes no lock: any number
+ * of threads may calculate at once, also with the same handle. The result
+ * buffer belongs to the host.
  */
 ORDO_API int32_t iCalcCalculate(void* vxClientHandle, void* vxHandle, DTCalcResult* vxdtResult,
                                 void* vxData);
 
 /*
- * Calculate formula: prepare, calculate and free in one call. On a parse
- * error answers -3 with an empty result record.
+ * Calculate formula: prepare, calculate and free in one call, with the
+ * rules of the three. On a parse error answers -3 with an empty result
+ * record.
  */
 ORDO_API int32_t iCalcCalculateFormula(void* vxClientHandle, const char16_t* formula,
                                        DTCalcResult* vxdtResult, void* vxData);
 
-/* Free resources allocated by prepared formula. -2 when either argument is null. */
+/*
+ * Free resources allocated by prepared formula: ends one use of vxHandle,
+ * and the handle itself with its last use. Answers -2, changing nothing,
+ * when vxClientHandle is not a live client handle or vxHandle is not a live
+ * formula handle of that client: freed more often than prepared, prepared
+ * through another client, or ended with its client.
+ */
 ORDO_API int32_t iCalcFreeFormula(void* vxClientHandle, void* vxHandle);
 
 /*
@@ -314,14 +344,17 @@ ORDO_API int32_t iCalcFreeFormula(void* vxClientHandle, void* vxHandle);
  * function, a builtin too; formulas prepared before keep their binding. The
  * library copies all it needs from the record. A formula's arguments reach
  * the handler as the declared parameter types; a parameter of an unknown
- * type is left out. -2 for a null client, record or handler. Safe while
- * other threads calculate.
+ * type is left out. -2 for a client handle that is not live, or a null
+ * record or handler. Safe while other threads calculate.
  */
 ORDO_API int32_t iCalcRegisterFunction(void* vxClientHandle, DTCalcFunction* vxdtFunction);
 
 /*
- * Free resources allocated by ordo.dll client. Null is accepted. Free every
- * formula handle before finalising: prepared formulas are not deleted here.
+ * Free resources allocated by ordo.dll client. Null is accepted and answers
+ * 0. Ends the client handle and every formula handle still prepared through
+ * it, whose formulas are deleted: later use of any of them answers -2. A
+ * handle that is not a live client handle, such as one already finalised,
+ * answers -2. No other thread may use the client or its formulas meanwhile.
  */
 ORDO_API int32_t iCalcFinalize(void* vxClientHandle);
 

@@ -165,19 +165,6 @@ TEST(Cache, FailedPrecalculationIsReplayed) {
     iCalcFreeFormula(host.client, handle);
 }
 
-TEST(Cache, FinalizeWithHandlesStillPrepared) {
-    auto* host = new Host;
-    void* handle = nullptr;
-    {
-        // The formula is the host's to free before finalising; this host
-        // forgets it on purpose, so the leak is expected.
-        LeakCheckPause pause;
-        ASSERT_EQ(host->Prepare("1 + 1", &handle).code, 0);
-    }
-    delete host;  // finalises without touching the formula
-    SUCCEED();
-}
-
 struct BadInput {
     const char* name;
     std::u16string formula;

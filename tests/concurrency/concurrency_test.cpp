@@ -130,4 +130,50 @@ TEST(Concurrency, PrecalculationHoldsUpNoOtherPreparation) {
     iCalcFinalize(other);
 }
 
+bool Refused(void* client, void* handle) {
+    DTCalcResult result{};
+    int32_t code = iCalcCalculate(client, handle, &result, nullptr);
+    iCalcFreeMemory(result.xResultBuffer);
+    return code == ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
+}
+
+// Handle checks take no lock: calculations with live and with ended handles
+// run while another thread ends handles and hands their records out again
+// to new formulas and clients.
+TEST(Concurrency, EndedHandlesStayEndedWhileTheirRecordsAreReused) {
+    void* client = NewTestClient(SymbolIsThreadNumber, ORDODLL_FLAG_FORCE_FLOAT_RESULT);
+    void* live = Prepare(client, u"x * 6");
+    void* ended = Prepare(client, u"x + 1");
+    ASSERT_EQ(iCalcFreeFormula(client, ended), ORDODLL_RESULT_OK);
+    void* endedClient = NewTestClient(SymbolIsThreadNumber);
+    ASSERT_EQ(iCalcFinalize(endedClient), ORDODLL_RESULT_OK);
+    std::atomic<bool> stop{false};
+    std::atomic<int> wrong{0};
+
+    std::thread churn([&] {
+        for (int i = 0; !stop; ++i) {
+            void* other = NewTestClient(SymbolIsThreadNumber, ORDODLL_FLAG_FORCE_FLOAT_RESULT);
+            void* formula = Prepare(other, u"x + " + std::u16string(1, u'0' + i % 10));
+            if (Calculate(other, formula, 1) != 1 + i % 10) ++wrong;
+            iCalcFreeFormula(other, formula);
+            iCalcFinalize(other);
+        }
+    });
+    std::vector<std::thread> threads;
+    for (intptr_t t = 1; t <= 4; ++t) {
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < 500; ++i) {
+                if (Calculate(client, live, t) != t * 6) ++wrong;
+                if (!Refused(client, ended) || !Refused(endedClient, live)) ++wrong;
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    stop = true;
+    churn.join();
+    EXPECT_EQ(wrong.load(), 0);
+    EXPECT_EQ(iCalcFreeFormula(client, live), ORDODLL_RESULT_OK);
+    EXPECT_EQ(iCalcFinalize(client), ORDODLL_RESULT_OK);
+}
+
 }  // namespace

@@ -9,6 +9,7 @@
 #include <initializer_list>
 
 #include "context/CalcContext.h"
+#include "interface/Handles.h"
 #include "tests/TestClient.h"
 #include "tree/Environment.h"
 #include "values/NumberVectorObject.h"
@@ -26,7 +27,7 @@ class ContextFixture : public testing::Test {
 protected:
     explicit ContextFixture(TCalcGetSymbolValueFunc symbols = NoSymbols)
         : client(NewTestClient(symbols)),
-          context(static_cast<CalcClient*>(client), nullptr),
+          context(ClientOfHandle(client), nullptr),
           scope(&context) {}
     ~ContextFixture() override { iCalcFinalize(client); }
 

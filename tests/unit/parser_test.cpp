@@ -5,6 +5,7 @@
 #include <string>
 
 #include "context/CalcContext.h"
+#include "interface/Handles.h"
 #include "interface/ordo.h"
 #include "language/CalcParser.h"
 #include "tree/Environment.h"
@@ -34,7 +35,7 @@ protected:
     // error message, or "" on success.
     static std::string Parse(const std::string& formula,
                              const std::function<void(Environment&)>& inspect) {
-        CalcContext context(static_cast<CalcClient*>(client), nullptr);
+        CalcContext context(ClientOfHandle(client), nullptr);
         Environment environment;
         if (environment.Parse(FromUtf8(formula), &context)) {
             CurrentContextScope scope(&context);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "context/CalcContext.h"
+#include "interface/Handles.h"
 #include "tests/TestClient.h"
 #include "tree/Environment.h"
 #include "tree/NodeFactory.h"
@@ -15,8 +16,7 @@ namespace {
 
 class TreeTest : public testing::Test {
 protected:
-    TreeTest()
-        : client(NewTestClient(nullptr)), context(static_cast<CalcClient*>(client), nullptr) {}
+    TreeTest() : client(NewTestClient(nullptr)), context(ClientOfHandle(client), nullptr) {}
     ~TreeTest() override { iCalcFinalize(client); }
 
     ExprPtr Number(double value) { return factory.createFloatConst(environment, value); }
