@@ -125,12 +125,16 @@ TEST(FaultStorm, ManyThreadsFaultAndMemoryStaysFlat) {
     storm(150);
     const size_t before = AllocatedBytes();
     const int reportsBefore = reportsWritten;
-    storm(1875);  // 8 x 1250 faults
+    constexpr int faults = 8 * 1250;
+    storm(1875);
     const size_t after = AllocatedBytes();
 
     EXPECT_EQ(wrong.load(), 0);
-    EXPECT_EQ(reportsWritten - reportsBefore, 8 * 1250);
-    EXPECT_LT(after, before + 16 * 1024) << before << " bytes before, " << after << " after";
+    EXPECT_EQ(reportsWritten - reportsBefore, faults);
+    // Anything a faulted call lost would be at least a 32-byte block each
+    // time; the allocator's per-thread bookkeeping may still settle by some
+    // kilobytes, which is far below that.
+    EXPECT_LT(after, before + faults * 4) << before << " bytes before, " << after << " after";
     EXPECT_EQ(iCalcFreeFormula(client, handle), ORDODLL_RESULT_OK);
     iCalcFinalize(client);
 }
