@@ -57,6 +57,9 @@ bool NextWord(const WString& text, size_t& pos, WString& word) {
 }  // namespace
 
 void FormatFixed(WString& out, double value, int decimals, int leadingZeros, char16_t separator) {
+    // A negative count writes no zeros, as none does; from 0 on, the counts
+    // below cannot overflow.
+    leadingZeros = std::max(leadingZeros, 0);
     // Zero has no decimal part, whatever `decimals` says.
     if (value == 0.0) {
         out += u'0';

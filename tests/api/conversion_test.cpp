@@ -46,6 +46,8 @@ TEST(Conversion, Text) {
         {"Text(1.5, NULL)", "2"},
         {"Text(1.234, Rem(), Rem(), Rem())", "1.23"},
         {"Text(1.5, 2000000000, -5)", "1.5"},
+        {"Text(1.5, 2, -2147483648)", "1.5"},  // the most negative count
+        {"Text(0, 2, -2147483648)", "0"},
         {"Text(Rem())", Failure("couldn't evaluate 1st parameter", "Text")},
         {"Text(1, 2, 2000000000)",
          Failure("the text would be longer than 16777216 characters", "Text")},

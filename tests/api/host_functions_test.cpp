@@ -274,6 +274,11 @@ TEST(HostFunctions, ResultsOfEachType) {
         {"Nothing()", 0, ""},
         {"TooShort()", 0, "0"},
         {"Unknown()", ORDODLL_RESULT_EVALUATION_ERROR, "Calculation OK\r\n"},
+        // A number argument that fails to fetch fails the call, and leaves no
+        // buffer behind.
+        {"AsNumber(1, zz)", ORDODLL_RESULT_EVALUATION_ERROR,
+         "Calculation failed\r\nRuntime error:\r\nError: Illegal parameter error occurred while "
+         "evaluating value for external symbol: zz\r\n\r\n"},
     };
     for (const Row& row : rows) {
         Outcome outcome = host.Calc(row.formula);
