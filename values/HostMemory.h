@@ -3,12 +3,13 @@
 // The engine calls them directly, not through its own exported symbols.
 #pragma once
 
-#include <cstdlib>
+#include <cstddef>
 
 namespace CalcEngine {
 
-inline void* AllocateHostMemory(size_t bytes) { return std::malloc(bytes); }
-inline void FreeHostMemory(void* memory) { std::free(memory); }
+void* AllocateHostMemory(size_t bytes);
+// Accepts null.
+void FreeHostMemory(void* memory);
 
 // Frees a host buffer when it goes out of scope, whichever way that happens.
 class HostBuffer {

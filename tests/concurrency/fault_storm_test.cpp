@@ -4,7 +4,6 @@
 // calls held is given back: memory stays flat. Also run under
 // ThreadSanitizer.
 #include <gtest/gtest.h>
-#include <malloc.h>
 
 #include <atomic>
 #include <cstring>
@@ -14,21 +13,9 @@
 #include <vector>
 
 #include "interface/ordo.h"
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-// The sanitizers' runtime counts what is allocated through it.
-extern "C" size_t __sanitizer_get_current_allocated_bytes();
-#endif
+#include "tests/AllocatedBytes.h"
 
 namespace {
-
-size_t AllocatedBytes() {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    return __sanitizer_get_current_allocated_bytes();
-#else
-    return mallinfo2().uordblks;
-#endif
-}
 
 enum class Symbol { Value, Fault, Throw };
 

@@ -1,0 +1,53 @@
+// Buffers of xCalcAllocateMemory cross threads freely: a block allocated on
+// one thread and freed on another is fine, and what a thread kept for reuse
+// is given back when the thread ends.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <thread>
+#include <vector>
+
+#include "interface/ordo.h"
+#include "tests/AllocatedBytes.h"
+
+namespace {
+
+// Sizes on either side of what a thread keeps for reuse.
+constexpr size_t sizes[] = {0, 1, 8, 24, 40, 41, 64, 4096};
+
+std::vector<void*> AllocateFilled(int count) {
+    std::vector<void*> blocks;
+    for (int i = 0; i < count; ++i) {
+        for (size_t size : sizes) {
+            void* block = xCalcAllocateMemory(size);
+            std::memset(block, i, size);
+            blocks.push_back(block);
+        }
+    }
+    return blocks;
+}
+
+void FreeAll(const std::vector<void*>& blocks) {
+    for (void* block : blocks) EXPECT_EQ(iCalcFreeMemory(block), ORDODLL_RESULT_OK);
+}
+
+TEST(HostMemory, ThreadsGiveBackWhatTheyKept) {
+    // Once, so that the threads' own bookkeeping has settled.
+    std::thread([] { FreeAll(AllocateFilled(200)); }).join();
+    const size_t before = AllocatedBytes();
+    for (int round = 0; round < 20; ++round) {
+        // Allocated here, freed and kept there, and the other way round.
+        const std::vector<void*> mine = AllocateFilled(200);
+        std::vector<void*> theirs;
+        std::thread([&] {
+            theirs = AllocateFilled(200);
+            FreeAll(mine);
+        }).join();
+        FreeAll(theirs);
+    }
+    std::thread([] {}).join();
+    // The main thread keeps at most a few small blocks.
+    EXPECT_LT(AllocatedBytes(), before + 8 * 1024);
+}
+
+}  // namespace
