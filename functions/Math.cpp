@@ -161,9 +161,11 @@ Object* EqualWithinRangeFunc(ICalcContext&, Environment& environment, ArgumentLi
 }
 
 // A number from 0 to 1, both included: 15 random bits over 32767, from a
-// sequence of the thread's own, seeded once from the clock.
+// sequence of the thread's own, seeded once from the clock. The generator's
+// state is a single word: the library's thread-locals must fit into the
+// small space the C library keeps for modules loaded with dlopen.
 double RandomNumber() {
-    thread_local std::mt19937 generator(static_cast<uint32_t>(
+    thread_local std::minstd_rand generator(static_cast<uint32_t>(
         std::chrono::high_resolution_clock::now().time_since_epoch().count()));
     return std::uniform_int_distribution<int>(0, 32767)(generator) / 32767.0;
 }
