@@ -76,6 +76,7 @@ public:
 
     uint32_t RequiredParameters() const { return requiredParameters; }
     uint32_t MaximumParameters() const { return maximumParameters; }
+    const WString& Description() const { return description; }
 
 private:
     void ScanSignature();

@@ -3,7 +3,7 @@
 
 ORDO_ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 ORDO_PACKAGES=(cmake ninja-build g++ libantlr-dev libicu-dev libgtest-dev libgmock-dev googletest
-    libbenchmark-dev libunwind-dev pkg-config binutils)
+    libbenchmark-dev libunwind-dev pkg-config binutils libedit-dev python3)
 
 ordo_missing_packages() {
     local package

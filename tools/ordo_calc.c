@@ -1,27 +1,37 @@
 /*
  * ordo-calc: calculates formulas with libordo.so and prints their results.
  *
- * A plain host that uses only the exported C interface: one client, no
- * symbols, each formula prepared, calculated once and freed. Results go to
- * standard output, log entries and errors to standard error, all as UTF-8.
+ * A plain host that uses only the exported C interface: one client, the
+ * symbols given with --var and --vars, each formula prepared, calculated
+ * (on one thread, or on several at once) and freed. Results go to standard
+ * output, log entries and errors to standard error, all as UTF-8. At a
+ * terminal without formula arguments it reads formulas interactively.
  */
-#define _POSIX_C_SOURCE 200809L /* getline */
+#define _POSIX_C_SOURCE 200809L /* getline, clock_gettime */
 
 #include <math.h>
+#include <ordo.h>
+#include <pthread.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <time.h>
+#include <unistd.h>
 
-#include "interface/ordo.h"
+#include "catalogue.h"
+#include "interactive.h"
+#include "symbols.h"
+#include "text.h"
 
-enum { EXIT_USAGE = 2 };
-static const uint32_t kReplacement = 0xFFFD;
+enum { EXIT_USAGE = 2, kMaxThreads = 1024 };
 
 static void print_usage(void) {
     fputs(
         "Usage: ordo-calc [options] [--] [formula...]\n"
+        "       ordo-calc --functions [PATTERN]\n"
         "Calculates each formula, or each non-empty line of standard input when no\n"
-        "formula is given, and prints its result.\n"
+        "formula is given, and prints its result. At a terminal, reads formulas with\n"
+        "line editing and a history kept in ~/.ordo_calc_history; Ctrl-D ends.\n"
         "\n"
         "  --force-float                 return every result as a number\n"
         "  --force-float-or-string       return single numbers as numbers, all else as text\n"
@@ -30,102 +40,58 @@ static void print_usage(void) {
         "  --list-separator C            expression-list separator (default ',')\n"
         "  --decimal-separator C         decimal separator (default '.')\n"
         "  --line-feed TEXT              line end in messages (default: a newline)\n"
+        "  --var NAME=VALUE              the symbol NAME has VALUE: [1 2 3] a number list,\n"
+        "                                \"text\" a text, else a number if it reads as one,\n"
+        "                                else a text\n"
+        "  --vars FILE                   a NAME = VALUE line per symbol; blank lines and\n"
+        "                                lines starting with # are skipped\n"
+        "  --time                        print prepare and calculate times on stderr\n"
+        "  --threads N                   calculate each formula on N threads at once and\n"
+        "                                check that their results agree\n"
+        "  --functions [PATTERN]         list the builtin functions whose name, alias or\n"
+        "                                category contains PATTERN, in any case\n"
         "  --help                        show this help\n"
         "\n"
         "Exit status: 0 when every formula succeeded, 1 when any failed, 2 on a usage error.\n",
         stdout);
 }
 
-/* Decodes one UTF-8 sequence and advances *text past it; malformed input gives U+FFFD. */
-static uint32_t next_code_point(const unsigned char** text) {
-    static const uint32_t kSmallest[] = {0, 0x80, 0x800, 0x10000};
-    const unsigned char* s = *text;
-    int extra = s[0] < 0x80             ? 0
-                : (s[0] & 0xE0) == 0xC0 ? 1
-                : (s[0] & 0xF0) == 0xE0 ? 2
-                : (s[0] & 0xF8) == 0xF0 ? 3
-                                        : -1;
-    if (extra <= 0) {
-        *text = s + 1;
-        return extra == 0 ? s[0] : kReplacement;
-    }
-    uint32_t cp = s[0] & (0x3F >> extra);
-    for (int i = 1; i <= extra; ++i) {
-        if ((s[i] & 0xC0) != 0x80) { /* also stops at the terminator */
-            *text = s + i;
-            return kReplacement;
-        }
-        cp = cp << 6 | (s[i] & 0x3F);
-    }
-    *text = s + extra + 1;
-    int invalid = cp < kSmallest[extra] || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF);
-    return invalid ? kReplacement : cp;
-}
+/* What the options ask for beyond the client's start-up record. */
+typedef struct Options {
+    const char* line_feed;
+    SymbolTable symbols;
+    int threads;
+    int timing;
+    int catalogue; /* --functions */
+} Options;
 
-/* A zero-terminated UTF-16 copy of UTF-8 text, to be released with free(). */
-static char16_t* utf8_to_utf16(const char* text) {
-    /* Every UTF-16 unit consumes at least one byte, so this is enough. */
-    char16_t* out = malloc((strlen(text) + 1) * sizeof *out);
-    if (out == NULL) {
-        perror("ordo-calc");
-        exit(EXIT_FAILURE);
-    }
-    const unsigned char* s = (const unsigned char*)text;
-    size_t n = 0;
-    while (*s != 0) {
-        uint32_t cp = next_code_point(&s);
-        if (cp >= 0x10000) {
-            out[n++] = (char16_t)(0xD800 + ((cp - 0x10000) >> 10));
-            out[n++] = (char16_t)(0xDC00 + ((cp - 0x10000) & 0x3FF));
-        } else {
-            out[n++] = (char16_t)cp;
-        }
-    }
-    out[n] = 0;
-    return out;
-}
+/* What calculating a formula needs. */
+typedef struct Session {
+    void* client;
+    const Options* options;
+    int interactive;
+} Session;
 
-static void put_utf8(uint32_t cp, FILE* out) {
-    static const unsigned char kLead[] = {0, 0xC0, 0xE0, 0xF0};
-    int extra = cp < 0x80 ? 0 : cp < 0x800 ? 1 : cp < 0x10000 ? 2 : 3;
-    fputc(extra == 0 ? (int)cp : kLead[extra] | (int)(cp >> (6 * extra)), out);
-    for (int shift = 6 * (extra - 1); shift >= 0; shift -= 6) {
-        fputc(0x80 | (int)((cp >> shift) & 0x3F), out);
-    }
-}
-
-/* Writes UTF-16 text as UTF-8; a lone surrogate becomes U+FFFD. */
-static void print_utf16(const char16_t* text, FILE* out) {
-    for (; *text != 0; ++text) {
-        uint32_t cp = *text;
-        if (cp >= 0xD800 && cp <= 0xDBFF && text[1] >= 0xDC00 && text[1] <= 0xDFFF) {
-            cp = 0x10000 + ((cp - 0xD800) << 10) + (uint32_t)(*++text - 0xDC00);
-        } else if (cp >= 0xD800 && cp <= 0xDFFF) {
-            cp = kReplacement;
-        }
-        put_utf8(cp, out);
-    }
-}
+/* One calculation of a formula, on a thread of its own when there are several. */
+typedef struct Run {
+    const Session* session;
+    void* formula;
+    pthread_rwlock_t* start; /* held for writing until every thread is there */
+    int32_t code;
+    DTCalcResult result;
+} Run;
 
 static int32_t write_log(const char16_t* text, int32_t priority) {
+    flockfile(stderr); /* one entry at a time when threads calculate */
     fprintf(stderr, "[%d] ", (int)priority);
     print_utf16(text, stderr);
     fputc('\n', stderr);
+    funlockfile(stderr);
     return ORDODLL_RESULT_OK;
 }
 
-/* The tool defines no symbols, so every symbol is unknown. */
-static int32_t get_symbol_value(const char16_t* symbol, struct DTCalcFunctionParameterValue* params,
-                                int32_t flags, DTCalcResult* result, void* data) {
-    (void)symbol, (void)params, (void)flags, (void)result, (void)data;
-    return ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
-}
-
 static int ends_with_newline(const char16_t* text) {
-    size_t length = 0;
-    while (text[length] != 0) {
-        ++length;
-    }
+    size_t length = utf16_length(text);
     return length > 0 && text[length - 1] == '\n';
 }
 
@@ -144,12 +110,12 @@ static void report_error(int32_t code, const char16_t* text) {
 }
 
 /* Prints a successful result; answers 0, or 1 for a result of an unexpected form. */
-static int print_result(const DTCalcResult* result) {
+static int print_result(const DTCalcResult* result, FILE* out) {
     if (result->iType == ORDODLL_FUNCTION_RESULT_TYPE_STRING) {
         if (result->xResultBuffer != NULL) {
-            print_utf16(result->xResultBuffer, stdout);
+            print_utf16(result->xResultBuffer, out);
         }
-        putchar('\n');
+        fputc('\n', out);
         return 0;
     }
     double value;
@@ -157,9 +123,9 @@ static int print_result(const DTCalcResult* result) {
         result->iResultBufferLength == sizeof value && result->xResultBuffer != NULL) {
         memcpy(&value, result->xResultBuffer, sizeof value);
         if (isnan(value)) {
-            puts("NULL");
+            fputs("NULL\n", out);
         } else {
-            printf("%.17g\n", value);
+            fprintf(out, "%.17g\n", value);
         }
         return 0;
     }
@@ -168,34 +134,150 @@ static int print_result(const DTCalcResult* result) {
     return 1;
 }
 
+/* Prints the outcome of a calculation, a result to out and an error to
+ * stderr; answers 0 on success, 1 on failure. */
+static int print_outcome(const Run* run, FILE* out) {
+    if (run->code == ORDODLL_RESULT_OK) {
+        return print_result(&run->result, out);
+    }
+    int is_text = run->result.iType == ORDODLL_FUNCTION_RESULT_TYPE_STRING;
+    report_error(run->code, is_text ? run->result.xResultBuffer : NULL);
+    return 1;
+}
+
+static int same_outcome(const Run* a, const Run* b) {
+    const DTCalcResult* x = &a->result;
+    const DTCalcResult* y = &b->result;
+    if (a->code != b->code || x->iType != y->iType ||
+        x->iResultBufferLength != y->iResultBufferLength) {
+        return 0;
+    }
+    return x->iResultBufferLength == 0 || x->xResultBuffer == NULL || y->xResultBuffer == NULL
+               ? x->xResultBuffer == y->xResultBuffer
+               : memcmp(x->xResultBuffer, y->xResultBuffer, (size_t)x->iResultBufferLength) == 0;
+}
+
+static double seconds_since(const struct timespec* begin) {
+    struct timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return (double)(now.tv_sec - begin->tv_sec) + (double)(now.tv_nsec - begin->tv_nsec) / 1e9;
+}
+
+static void* calculate_run(void* argument) {
+    Run* run = argument;
+    if (run->start != NULL) {
+        pthread_rwlock_rdlock(run->start);
+        pthread_rwlock_unlock(run->start);
+    }
+    void* symbols = (void*)&run->session->options->symbols;
+    run->code = iCalcCalculate(run->session->client, run->formula, &run->result, symbols);
+    return NULL;
+}
+
+/* Calculates the runs on a thread each, all let go at once; answers 0 when
+ * not every thread could be started. */
+static int calculate_together(Run* runs, int count) {
+    pthread_rwlock_t start = PTHREAD_RWLOCK_INITIALIZER;
+    pthread_t threads[kMaxThreads];
+    pthread_rwlock_wrlock(&start);
+    int started = 0;
+    while (started < count) {
+        runs[started].start = &start;
+        if (pthread_create(&threads[started], NULL, calculate_run, &runs[started]) != 0) {
+            break;
+        }
+        ++started;
+    }
+    pthread_rwlock_unlock(&start);
+    for (int i = 0; i < started; ++i) {
+        pthread_join(threads[i], NULL);
+    }
+    pthread_rwlock_destroy(&start);
+    return started == count;
+}
+
+/* Prints the outcome of the first run, and each other run that disagrees
+ * with it; answers 0 when all succeeded alike. */
+static int report_runs(const Run* runs, int count) {
+    int failed = print_outcome(&runs[0], stdout);
+    fflush(stdout); /* before any message about it */
+    for (int i = 1; i < count; ++i) {
+        if (!same_outcome(&runs[0], &runs[i])) {
+            fprintf(stderr, "ordo-calc: thread %d of %d has another outcome than thread 1: ", i + 1,
+                    count);
+            print_outcome(&runs[i], stderr);
+            failed = 1;
+        }
+    }
+    return failed;
+}
+
+/* Calculates a prepared formula as often as --threads says and prints the
+ * outcome once; answers 0 when it succeeded the same way on every thread. */
+static int calculate_prepared(const Session* session, void* formula, double* seconds) {
+    int count = session->options->threads;
+    Run* runs = calloc((size_t)count, sizeof *runs);
+    if (runs == NULL) {
+        perror("ordo-calc");
+        return 1;
+    }
+    for (int i = 0; i < count; ++i) {
+        runs[i] = (Run){.session = session, .formula = formula};
+    }
+    struct timespec begin;
+    clock_gettime(CLOCK_MONOTONIC, &begin);
+    int all_started = 1;
+    if (count == 1) {
+        calculate_run(&runs[0]);
+    } else {
+        all_started = calculate_together(runs, count);
+    }
+    *seconds = seconds_since(&begin);
+    int failed = 1;
+    if (all_started) {
+        failed = report_runs(runs, count);
+    } else {
+        fprintf(stderr, "ordo-calc: cannot start %d threads\n", count);
+    }
+    for (int i = 0; i < count; ++i) {
+        iCalcFreeMemory(runs[i].result.xResultBuffer);
+    }
+    free(runs);
+    return failed;
+}
+
 /* Prepares, calculates and frees one formula; answers 0 on success, 1 on failure. */
-static int calculate(void* client, const char* formula) {
+static int calculate(void* context, const char* formula) {
+    const Session* session = context;
     char16_t* text = utf8_to_utf16(formula);
     DTCalcFormulaPreparationResult prepared = {0};
     void* handle = NULL;
-    int32_t code = iCalcPrepareFormula(client, text, &prepared, &handle, NULL);
+    void* symbols = (void*)&session->options->symbols;
+    struct timespec begin;
+    clock_gettime(CLOCK_MONOTONIC, &begin);
+    int32_t code = iCalcPrepareFormula(session->client, text, &prepared, &handle, symbols);
+    double prepare_seconds = seconds_since(&begin);
     free(text);
     if (code != ORDODLL_RESULT_OK) {
+        if (session->interactive) {
+            mark_error_position(formula, prepared.xResultBuffer);
+        }
         report_error(code, prepared.xResultBuffer);
         iCalcFreeMemory(prepared.xResultBuffer);
         return 1;
     }
-    DTCalcResult result = {0};
-    code = iCalcCalculate(client, handle, &result, NULL);
-    iCalcFreeFormula(client, handle);
-    int failed = 1;
-    if (code == ORDODLL_RESULT_OK) {
-        failed = print_result(&result);
-    } else {
-        int is_text = result.iType == ORDODLL_FUNCTION_RESULT_TYPE_STRING;
-        report_error(code, is_text ? result.xResultBuffer : NULL);
+    double calculate_seconds = 0;
+    int failed = calculate_prepared(session, handle, &calculate_seconds);
+    iCalcFreeFormula(session->client, handle);
+    if (session->options->timing) {
+        fprintf(stderr, "time: prepare %.3f ms, calculate %.3f ms\n", prepare_seconds * 1e3,
+                calculate_seconds * 1e3);
     }
-    iCalcFreeMemory(result.xResultBuffer);
     return failed;
 }
 
 /* Calculates each non-empty line; answers the number of failures. */
-static int calculate_lines(void* client, FILE* in) {
+static int calculate_lines(Session* session, FILE* in) {
     char* line = NULL;
     size_t size = 0;
     ssize_t length;
@@ -205,7 +287,7 @@ static int calculate_lines(void* client, FILE* in) {
             line[--length] = 0;
         }
         if (length > 0) {
-            failures += calculate(client, line);
+            failures += calculate(session, line);
         }
     }
     free(line);
@@ -229,82 +311,137 @@ static int32_t flag_of(const char* option) {
     return 0;
 }
 
-static int parse_quota(const char* text, int32_t* quota) {
+/* Reads a whole decimal number from min to max. */
+static int parse_count(const char* text, long min, long max, long* count) {
     char* end;
     long value = strtol(text, &end, 10);
-    if (*text == 0 || *end != 0 || value < 0 || value > INT32_MAX) {
+    if (*text == 0 || *end != 0 || value < min || value > max) {
         return 0;
     }
-    *quota = (int32_t)value;
+    *count = value;
+    return 1;
+}
+
+/* Reads an option that takes a value; answers 0 when option is none of them or value is bad. */
+static int parse_valued_option(const char* option, const char* value, DTCalcInit* init,
+                               Options* options) {
+    long number;
+    const char* error;
+    if (strcmp(option, "--quota") == 0 && parse_count(value, 0, INT32_MAX, &number)) {
+        init->iQuota = (int32_t)number;
+    } else if (strcmp(option, "--threads") == 0 && parse_count(value, 1, kMaxThreads, &number)) {
+        options->threads = (int)number;
+    } else if (strcmp(option, "--list-separator") == 0 && strlen(value) == 1) {
+        init->cExpressionListSeparator = (unsigned char)value[0];
+    } else if (strcmp(option, "--decimal-separator") == 0 && strlen(value) == 1) {
+        init->cDecimalSeparator = (unsigned char)value[0];
+    } else if (strcmp(option, "--line-feed") == 0) {
+        options->line_feed = value;
+    } else if (strcmp(option, "--vars") == 0) {
+        return symbols_load(&options->symbols, value);
+    } else if (strcmp(option, "--var") == 0) {
+        if ((error = symbols_add(&options->symbols, value)) != NULL) {
+            fprintf(stderr, "ordo-calc: --var %s: %s\n", value, error);
+            return 0;
+        }
+    } else {
+        fprintf(stderr, "ordo-calc: unknown option or bad value: %s %s\n", option, value);
+        return 0;
+    }
     return 1;
 }
 
 /*
- * Reads the options into *init and *line_feed. Answers the index of the first
+ * Reads the options into *init and *options. Answers the index of the first
  * formula argument, or -1 after reporting a usage error.
  */
-static int parse_options(int argc, char** argv, DTCalcInit* init, const char** line_feed) {
+static int parse_options(int argc, char** argv, DTCalcInit* init, Options* options) {
     int i = 1;
     while (i < argc && strncmp(argv[i], "--", 2) == 0) {
         const char* option = argv[i++];
-        const char* value = i < argc ? argv[i] : NULL;
         int32_t flag = flag_of(option);
         if (strcmp(option, "--") == 0) {
             break;
         } else if (strcmp(option, "--help") == 0) {
             print_usage();
+            symbols_free(&options->symbols);
             exit(EXIT_SUCCESS);
         } else if (flag != 0) {
             init->iFlags |= flag;
-        } else if (value == NULL) {
+        } else if (strcmp(option, "--time") == 0) {
+            options->timing = 1;
+        } else if (strcmp(option, "--functions") == 0) {
+            options->catalogue = 1;
+        } else if (i == argc) {
             fprintf(stderr, "ordo-calc: unknown option or missing value: %s\n", option);
             return -1;
-        } else if (strcmp(option, "--quota") == 0 && parse_quota(value, &init->iQuota)) {
-            ++i;
-        } else if (strcmp(option, "--list-separator") == 0 && strlen(value) == 1) {
-            init->cExpressionListSeparator = (unsigned char)argv[i++][0];
-        } else if (strcmp(option, "--decimal-separator") == 0 && strlen(value) == 1) {
-            init->cDecimalSeparator = (unsigned char)argv[i++][0];
-        } else if (strcmp(option, "--line-feed") == 0) {
-            *line_feed = argv[i++];
-        } else {
-            fprintf(stderr, "ordo-calc: unknown option or bad value: %s %s\n", option, value);
+        } else if (!parse_valued_option(option, argv[i++], init, options)) {
             return -1;
         }
     }
     return i;
 }
 
+/* --functions [PATTERN]: answers the exit status. */
+static int list_functions(int argc, char** argv, int first) {
+    if (argc - first > 1) {
+        fputs("ordo-calc: --functions takes one pattern\n", stderr);
+        return EXIT_USAGE;
+    }
+    const char* pattern = first < argc ? argv[first] : NULL;
+    if (catalogue_print(pattern, stdout) == 0) {
+        fprintf(stderr, "ordo-calc: no function matches '%s'\n", pattern);
+        return EXIT_FAILURE;
+    }
+    return EXIT_SUCCESS;
+}
+
+/* Calculates the formula arguments, or what standard input brings. */
+static int run(Session* session, int argc, char** argv, int first) {
+    int failures = 0;
+    for (int i = first; i < argc; ++i) {
+        failures += calculate(session, argv[i]);
+    }
+    if (first == argc && isatty(STDIN_FILENO)) {
+        session->interactive = 1;
+        failures = run_interactive(calculate, session);
+    } else if (first == argc) {
+        failures = calculate_lines(session, stdin);
+    }
+    return failures == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
 int main(int argc, char** argv) {
     void* client = NULL;
-    const char* line_feed = "\n";
+    Options options = {.line_feed = "\n", .threads = 1};
     DTCalcInit init = {
         .iVersion = ORDODLL_VERSION,
-        .xGetSymbolValueFunc = get_symbol_value,
+        .xGetSymbolValueFunc = symbols_get_value,
         .xWriteLogEntryFunc = write_log,
         .xxClientHandle = &client,
     };
-    int first = parse_options(argc, argv, &init, &line_feed);
+    int first = parse_options(argc, argv, &init, &options);
     if (first < 0) {
         fputs("Try 'ordo-calc --help'.\n", stderr);
+        symbols_free(&options.symbols);
         return EXIT_USAGE;
     }
-    char16_t* line_feed16 = utf8_to_utf16(line_feed);
+    if (options.catalogue) {
+        symbols_free(&options.symbols);
+        return list_functions(argc, argv, first);
+    }
+    char16_t* line_feed16 = utf8_to_utf16(options.line_feed);
     init.xcLineFeed = line_feed16;
     int32_t code = iCalcInitialize(&init);
-    if (code != ORDODLL_RESULT_OK) {
+    int status = EXIT_FAILURE;
+    if (code == ORDODLL_RESULT_OK) {
+        Session session = {.client = client, .options = &options};
+        status = run(&session, argc, argv, first);
+        iCalcFinalize(client);
+    } else {
         report_error(code, NULL);
-        free(line_feed16);
-        return EXIT_FAILURE;
     }
-    int failures = 0;
-    for (int i = first; i < argc; ++i) {
-        failures += calculate(client, argv[i]);
-    }
-    if (first == argc) {
-        failures = calculate_lines(client, stdin);
-    }
-    iCalcFinalize(client);
     free(line_feed16);
-    return failures == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+    symbols_free(&options.symbols);
+    return status;
 }

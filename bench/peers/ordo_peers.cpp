@@ -18,8 +18,9 @@
 #include <thread>
 #include <vector>
 
+#include <ordo.h>
+
 #include "Peers.h"
-#include "interface/ordo.h"
 
 namespace {
 

@@ -7,9 +7,10 @@
 #include <stddef.h>
 #include <stdint.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 
-#include "interface/ordo.h"
+#include <ordo.h>
 
 /* Constants: their values are part of the binary interface. */
 _Static_assert(ORDODLL_VERSION == 8400, "version");
@@ -253,11 +254,102 @@ static void test_calculation(void) {
     CHECK(iCalcFinalize(client) == ORDODLL_RESULT_OK);
 }
 
+static int32_t seven(int32_t flags, struct DTCalcFunctionParameterValue* parameters, void* data,
+                     DTCalcResult* result) {
+    (void)flags, (void)parameters, (void)data;
+    double* value = xCalcAllocateMemory(sizeof *value);
+    *value = 7;
+    result->iType = ORDODLL_FUNCTION_RESULT_TYPE_NUMBER;
+    result->iResultBufferLength = sizeof *value;
+    result->xResultBuffer = (char16_t*)value;
+    return ORDODLL_RESULT_OK;
+}
+
+/* A copy of `text` in memory of its own, so that releasing it is seen. */
+static char16_t* u16_copy(const char16_t* text) {
+    size_t units = 1;
+    while (text[units - 1] != 0) {
+        ++units;
+    }
+    char16_t* copy = malloc(units * sizeof *copy);
+    memcpy(copy, text, units * sizeof *copy);
+    return copy;
+}
+
+/* The library keeps copies of what the start-up and registration records
+   hold: the host releases them, and its client and function go on. */
+static void test_records_are_copied(void) {
+    void* client = NULL;
+    DTCalcInit* init = malloc(sizeof *init);
+    *init = make_init(&client);
+    init->xcLineFeed = u16_copy(u"\n");
+    CHECK(iCalcInitialize(init) == ORDODLL_RESULT_OK);
+    free((void*)init->xcLineFeed);
+    free(init);
+
+    DTCalcFunctionParameter* parameter = malloc(sizeof *parameter);
+    *parameter = (DTCalcFunctionParameter){u16_copy(u"any"), 0, ORDODLL_FUNCTION_PARAMETER_TYPE_NUMBER,
+                                           NULL};
+    DTCalcFunction* function = malloc(sizeof *function);
+    *function = (DTCalcFunction){u16_copy(u"Seven"), NULL, NULL, parameter, 0,
+                                 ORDODLL_FUNCTION_RESULT_TYPE_NUMBER, seven};
+    CHECK(iCalcRegisterFunction(client, function) == ORDODLL_RESULT_OK);
+    free((void*)function->xcName);
+    free((void*)parameter->xcDescription);
+    free(parameter);
+    free(function);
+
+    DTCalcResult result = {0};
+    CHECK(iCalcCalculateFormula(client, u"seven(1) * 2", &result, NULL) == ORDODLL_RESULT_OK);
+    double value = 0;
+    if (result.iResultBufferLength == sizeof value) {
+        memcpy(&value, result.xResultBuffer, sizeof value);
+    }
+    CHECK(value == 14.0);
+    iCalcFreeMemory(result.xResultBuffer);
+    CHECK(iCalcFinalize(client) == ORDODLL_RESULT_OK);
+}
+
+/* What a refused or failed call leaves in the host's records. */
+static void test_failures_leave_records(void) {
+    void* client = NULL;
+    DTCalcInit init = make_init(&client);
+    CHECK(iCalcInitialize(&init) == ORDODLL_RESULT_OK);
+
+    DTCalcFormulaPreparationResult prepared = {.iFlags = 77};
+    void* handle = &prepared;
+    CHECK(iCalcPrepareFormula(client, u"1+", &prepared, &handle, NULL) ==
+          ORDODLL_RESULT_PARSE_ERROR);
+    CHECK(handle == NULL && prepared.iFlags == 77);
+    CHECK(prepared.iType == ORDODLL_FUNCTION_RESULT_TYPE_STRING && prepared.xResultBuffer != NULL);
+    if (prepared.xResultBuffer != NULL) {
+        int32_t characters = 1;
+        while (prepared.xResultBuffer[characters - 1] != 0) {
+            ++characters;
+        }
+        CHECK(prepared.iResultBufferLength == characters);
+    }
+    iCalcFreeMemory(prepared.xResultBuffer);
+
+    DTCalcResult untouched = {5, 99, NULL};
+    CHECK(iCalcCalculate(client, NULL, &untouched, NULL) == ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR);
+    CHECK(untouched.iResultBufferLength == 5 && untouched.iType == 99);
+
+    DTCalcResult emptied = {5, 99, (char16_t*)&emptied};
+    CHECK(iCalcCalculateFormula(client, u"1+", &emptied, NULL) == ORDODLL_RESULT_PARSE_ERROR);
+    CHECK(emptied.iResultBufferLength == 0 && emptied.xResultBuffer == NULL);
+    CHECK(iCalcCalculateFormula(client, u"1+2", NULL, NULL) ==
+          ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR);
+    CHECK(iCalcFinalize(client) == ORDODLL_RESULT_OK);
+}
+
 int main(void) {
     test_error_strings();
     test_memory();
     test_version_mismatch();
     test_calculation();
+    test_records_are_copied();
+    test_failures_leave_records();
     if (failures != 0) {
         fprintf(stderr, "%d check(s) failed\n", failures);
         return 1;
