@@ -2,6 +2,7 @@
 
 #include <malloc.h>
 
+#include <cstdint>
 #include <cstdlib>
 
 namespace CalcEngine {
@@ -19,8 +20,11 @@ namespace {
 // A number result, a symbol's number and short texts cross the interface on
 // every calculation: each thread keeps a few blocks of this size for reuse
 // instead of a malloc and a free per buffer. A block freed on another thread
-// than the one that allocated it simply joins that thread's blocks.
-constexpr size_t smallBytes = 40;
+// than the one that allocated it simply joins that thread's blocks. Each
+// block is a cache line of its own: a buffer that one thread writes on every
+// call must not share a line with what other threads read, such as a
+// formula's tree.
+constexpr size_t smallBytes = 64;
 constexpr int keptBlocks = 64;
 
 struct FreeBlock {
@@ -48,9 +52,11 @@ struct SmallBlocksOwner {
 };
 thread_local SmallBlocksOwner smallBlocksOwner;
 
-// Whether a block can serve any small request, without wasting a large one.
+// Whether a block is one of the small blocks: line-aligned, and able to
+// serve any small request without wasting a large one.
 bool IsSmallBlock(void* memory) {
-    return malloc_usable_size(memory) - smallBytes < smallBytes;
+    return reinterpret_cast<uintptr_t>(memory) % smallBytes == 0 &&
+           malloc_usable_size(memory) - smallBytes < smallBytes;
 }
 
 }  // namespace
@@ -62,7 +68,7 @@ void* AllocateHostMemory(size_t bytes) {
         --smallBlocks.count;
         return block;
     }
-    return std::malloc(smallBytes);
+    return std::aligned_alloc(smallBytes, smallBytes);
 }
 
 void FreeHostMemory(void* memory) {

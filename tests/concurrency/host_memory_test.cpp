@@ -3,6 +3,7 @@
 // is given back when the thread ends.
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstring>
 #include <thread>
 #include <vector>
@@ -13,7 +14,7 @@
 namespace {
 
 // Sizes on either side of what a thread keeps for reuse.
-constexpr size_t sizes[] = {0, 1, 8, 24, 40, 41, 64, 4096};
+constexpr size_t sizes[] = {0, 1, 8, 40, 64, 65, 120, 4096};
 
 std::vector<void*> AllocateFilled(int count) {
     std::vector<void*> blocks;
@@ -30,6 +31,19 @@ std::vector<void*> AllocateFilled(int count) {
 void FreeAll(const std::vector<void*>& blocks) {
     for (void* block : blocks) EXPECT_EQ(iCalcFreeMemory(block), ORDODLL_RESULT_OK);
 }
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+// A small buffer that one thread writes on every call must not share a
+// cache line with anything another thread touches.
+TEST(HostMemory, SmallBuffersTakeACacheLineEach) {
+    for (size_t size : sizes) {
+        if (size > 64) continue;
+        void* blocks[2] = {xCalcAllocateMemory(size), xCalcAllocateMemory(size)};
+        for (void* block : blocks) EXPECT_EQ(reinterpret_cast<uintptr_t>(block) % 64, 0u) << size;
+        FreeAll({blocks[0], blocks[1]});
+    }
+}
+#endif
 
 TEST(HostMemory, ThreadsGiveBackWhatTheyKept) {
     // Once, so that the threads' own bookkeeping has settled.
