@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "OrdoHost.h"
+#include "tests/TestClient.h"
 
 using namespace ordotest;
 
@@ -18,15 +19,6 @@ thread_local std::vector<std::string> reports;
 
 int32_t KeepReports(const char16_t* text, int32_t priority) {
     if (priority == ORDODLL_LOG_ENTRY_PRIORITY_CRITICAL_ERROR) reports.push_back(Narrow(text));
-    return ORDODLL_RESULT_OK;
-}
-
-int32_t NumberResult(DTCalcResult* result, double number) {
-    auto* value = static_cast<double*>(xCalcAllocateMemory(sizeof(double)));
-    *value = number;
-    result->xResultBuffer = reinterpret_cast<char16_t*>(value);
-    result->iResultBufferLength = sizeof(double);
-    result->iType = ORDODLL_FUNCTION_RESULT_TYPE_NUMBER;
     return ORDODLL_RESULT_OK;
 }
 
@@ -59,7 +51,7 @@ int32_t Symbols(const char16_t* name, DTCalcFunctionParameterValue*, int32_t, DT
     if (symbol == "divide") return DivideByZero();
     if (symbol == "deep") return Deeper(0);
     if (symbol == "throw") throw std::runtime_error("the host gave up");
-    return NumberResult(result, 1);
+    return AnswerNumber(result, 1);
 }
 
 int32_t NullFunction(int32_t, DTCalcFunctionParameterValue*, void*, DTCalcResult*) {

@@ -374,12 +374,7 @@ TEST(HostFunctions, FlagsOfTheCall) {
 // they calculate (Evaluate) read the names at the same time.
 int32_t SymbolIsTwo(const char16_t*, DTCalcFunctionParameterValue*, int32_t, DTCalcResult* result,
                     void*) {
-    result->xResultBuffer = static_cast<char16_t*>(xCalcAllocateMemory(sizeof(double)));
-    const double two = 2;
-    std::memcpy(result->xResultBuffer, &two, sizeof two);
-    result->iResultBufferLength = sizeof two;
-    result->iType = ORDODLL_FUNCTION_RESULT_TYPE_NUMBER;
-    return ORDODLL_RESULT_OK;
+    return AnswerNumber(result, 2);
 }
 
 TEST(HostFunctions, RegisteringWhileOthersCalculate) {

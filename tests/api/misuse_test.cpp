@@ -20,12 +20,7 @@ constexpr int32_t illegal = ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
 
 int32_t SymbolIsThree(const char16_t*, DTCalcFunctionParameterValue*, int32_t, DTCalcResult* result,
                       void*) {
-    auto* value = static_cast<double*>(xCalcAllocateMemory(sizeof(double)));
-    *value = 3;
-    result->xResultBuffer = reinterpret_cast<char16_t*>(value);
-    result->iResultBufferLength = sizeof(double);
-    result->iType = ORDODLL_FUNCTION_RESULT_TYPE_NUMBER;
-    return ok;
+    return AnswerNumber(result, 3);
 }
 
 int32_t DoNothing(int32_t, DTCalcFunctionParameterValue*, void*, DTCalcResult*) { return ok; }

@@ -20,12 +20,7 @@ namespace {
 // Every symbol is worth the thread's own number, passed as vxData.
 int32_t SymbolIsThreadNumber(const char16_t*, DTCalcFunctionParameterValue*, int32_t,
                              DTCalcResult* result, void* data) {
-    auto* value = static_cast<double*>(xCalcAllocateMemory(sizeof(double)));
-    *value = static_cast<double>(reinterpret_cast<intptr_t>(data));
-    result->xResultBuffer = reinterpret_cast<char16_t*>(value);
-    result->iResultBufferLength = sizeof(double);
-    result->iType = ORDODLL_FUNCTION_RESULT_TYPE_NUMBER;
-    return ORDODLL_RESULT_OK;
+    return AnswerNumber(result, static_cast<double>(reinterpret_cast<intptr_t>(data)));
 }
 
 void* Prepare(void* client, const std::u16string& text) {

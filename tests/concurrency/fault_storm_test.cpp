@@ -14,6 +14,7 @@
 
 #include "interface/ordo.h"
 #include "tests/AllocatedBytes.h"
+#include "tests/TestClient.h"
 
 namespace {
 
@@ -45,12 +46,7 @@ __attribute__((no_sanitize("undefined"))) int32_t StormySymbol(const char16_t*,
         case Symbol::Value:
             break;
     }
-    auto* value = static_cast<double*>(xCalcAllocateMemory(sizeof(double)));
-    *value = 1;
-    result->xResultBuffer = reinterpret_cast<char16_t*>(value);
-    result->iResultBufferLength = sizeof(double);
-    result->iType = ORDODLL_FUNCTION_RESULT_TYPE_NUMBER;
-    return ORDODLL_RESULT_OK;
+    return AnswerNumber(result, 1);
 }
 
 void* Prepare(void* client, const char16_t* text) {

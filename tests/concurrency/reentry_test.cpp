@@ -39,15 +39,6 @@ std::string Narrow(const char16_t* text) {
     return narrow;
 }
 
-int32_t AnswerNumber(DTCalcResult* result, double number) {
-    auto* value = static_cast<double*>(xCalcAllocateMemory(sizeof(double)));
-    *value = number;
-    result->xResultBuffer = reinterpret_cast<char16_t*>(value);
-    result->iResultBufferLength = sizeof(double);
-    result->iType = ORDODLL_FUNCTION_RESULT_TYPE_NUMBER;
-    return ORDODLL_RESULT_OK;
-}
-
 // The number a calculating call answered, NAN for none; frees its buffer.
 double TakeNumber(DTCalcResult& result) {
     double value = NAN;

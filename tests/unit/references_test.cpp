@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "context/ObjectReference.h"
+#include "tests/TestClient.h"
 #include "tests/unit/ContextFixture.h"
 #include "tree/Arguments.h"
 #include "tree/Operators.h"
@@ -22,12 +23,7 @@ int symbolRequests = 0;
 int32_t SymbolIsSeven(const char16_t*, DTCalcFunctionParameterValue*, int32_t, DTCalcResult* result,
                       void*) {
     ++symbolRequests;
-    auto* value = static_cast<double*>(xCalcAllocateMemory(sizeof(double)));
-    *value = 7;
-    result->xResultBuffer = reinterpret_cast<char16_t*>(value);
-    result->iResultBufferLength = sizeof(double);
-    result->iType = ORDODLL_FUNCTION_RESULT_TYPE_NUMBER;
-    return ORDODLL_RESULT_OK;
+    return AnswerNumber(result, 7);
 }
 
 class ReferencesTest : public ContextFixture {
