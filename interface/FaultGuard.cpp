@@ -20,9 +20,8 @@ using namespace CalcEngine;
 
 namespace {
 
-// A sanitizer reports the library's own faults far better than the guard:
-// there the guard takes only faults in the host's code.
-#if defined(ORDO_SANITIZED) || defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+// Under a sanitizer the guard takes only faults in the host's code.
+#ifdef ORDO_UNDER_SANITIZER
 constexpr bool guardsLibraryCode = false;
 #else
 constexpr bool guardsLibraryCode = true;
@@ -95,7 +94,7 @@ void OnFault(int signal, siginfo_t* info, void* machineContext) {
         // but a runtime that wraps handlers (a sanitizer's) may have.
         pthread_sigmask(SIG_SETMASK, &static_cast<ucontext_t*>(machineContext)->uc_sigmask,
                         nullptr);
-        siglongjmp(frame->jump, 1);
+        ORDO_LONG_JUMP(frame->jump);
     }
     // Not ours to take: hand the fault to whoever had it before.
     const struct sigaction& previous = previousActions[signal];
@@ -189,7 +188,7 @@ int32_t RunGuarded(CalcClient* client, int32_t (*work)(void*), void* data) {
     FaultFrame frame;
     frame.previous = innermostFaultFrame;
     frame.hostCode = false;
-    if (sigsetjmp(frame.jump, 0) == 0) {
+    if (ORDO_SET_JUMP(frame.jump) == 0) {
         innermostFaultFrame = &frame;
         try {
             int32_t result = work(data);

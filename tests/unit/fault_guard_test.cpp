@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "context/CalcFormula.h"
+#include "context/HostCall.h"
 #include "interface/ordo.h"
 #include "values/Text.h"
 
@@ -67,5 +68,34 @@ TEST(FaultGuard, ReportsAFaultInTheLibrary) {
 }
 
 #endif
+
+// Host code may fault with anything in the registers that its callers keep
+// across calls.
+__attribute__((noinline)) int32_t SpoilRegistersAndFault() {
+    asm volatile(
+        "mov $8, %%rbx\n\tmov $8, %%r12\n\tmov $8, %%r13\n\tmov $8, %%r14\n\t"
+        "mov $8, %%r15\n\tmovl $0, 0\n\t" ::
+            : "rbx", "r12", "r13", "r14", "r15", "memory");
+    return 0;
+}
+
+__attribute__((noinline)) uint64_t Opaque(uint64_t value) { return value; }
+
+TEST(HostCall, AFaultInHostCodeGivesTheCallerItsRegistersBack) {
+    EXPECT_EQ(CalculateWithProbe(nullptr), ORDODLL_RESULT_OK);  // installs the guard
+    // Five values that live across the call, in the registers an optimised
+    // build keeps them in, and are read again once the fault has unwound.
+    const uint64_t a = Opaque(1), b = Opaque(2), c = Opaque(3), d = Opaque(4), e = Opaque(5);
+    bool faulted = false;
+    try {
+        CallHost(SpoilRegistersAndFault);
+    } catch (const HostFault&) {
+        faulted = true;
+        EXPECT_EQ(Opaque(a) + 10 * Opaque(b) + 100 * Opaque(c) + 1000 * Opaque(d) +
+                      10000 * Opaque(e),
+                  54321u);
+    }
+    EXPECT_TRUE(faulted);
+}
 
 }  // namespace
