@@ -31,9 +31,12 @@ struct FreeBlock {
     FreeBlock* next;
 };
 
-// Trivial, so that reaching it costs no first-use check.
+// Trivial, so that reaching it costs no first-use check. The block handed
+// out last is most often the next one given back (a symbol's answer, a
+// result): it is known to be small without asking the allocator.
 struct SmallBlocks {
     FreeBlock* first;
+    void* handedOut;
     int count;
     bool ownerRegistered;
 };
@@ -59,32 +62,62 @@ bool IsSmallBlock(void* memory) {
            malloc_usable_size(memory) - smallBytes < smallBytes;
 }
 
-}  // namespace
-
-void* AllocateHostMemory(size_t bytes) {
-    if (bytes > smallBytes) return std::malloc(bytes);
-    if (FreeBlock* block = smallBlocks.first) {
-        smallBlocks.first = block->next;
-        --smallBlocks.count;
-        return block;
-    }
-    return std::aligned_alloc(smallBytes, smallBytes);
-}
-
-void FreeHostMemory(void* memory) {
-    if (!memory) return;
-    if (smallBlocks.count >= keptBlocks || !IsSmallBlock(memory)) {
-        std::free(memory);
-        return;
-    }
+// Once per thread that keeps blocks: its owner gives them back at the end.
+void RegisterOwner() {
     if (!smallBlocks.ownerRegistered) {
         static_cast<void>(&smallBlocksOwner);  // registers its destructor
         smallBlocks.ownerRegistered = true;
     }
+}
+
+void Keep(void* memory) {
     auto* block = static_cast<FreeBlock*>(memory);
     block->next = smallBlocks.first;
     smallBlocks.first = block;
     ++smallBlocks.count;
+}
+
+// A thread that hands out a block of its own will keep blocks.
+[[gnu::noinline]] void* NewSmallBlock() {
+    RegisterOwner();
+    return std::aligned_alloc(smallBytes, smallBytes);
+}
+
+[[gnu::noinline]] void FreeOtherMemory(void* memory) {
+    if (!memory) return;
+    if (memory == smallBlocks.handedOut) smallBlocks.handedOut = nullptr;
+    if (smallBlocks.count < keptBlocks && IsSmallBlock(memory)) {
+        RegisterOwner();
+        Keep(memory);
+    } else {
+        std::free(memory);
+    }
+}
+
+}  // namespace
+
+void* AllocateHostMemory(size_t bytes) {
+    if (bytes > smallBytes) return std::malloc(bytes);
+    FreeBlock* block = smallBlocks.first;
+    if (block) {
+        smallBlocks.first = block->next;
+        --smallBlocks.count;
+    } else {
+        block = static_cast<FreeBlock*>(NewSmallBlock());
+    }
+    smallBlocks.handedOut = block;
+    return block;
+}
+
+// The block handed out last came from this thread's kept blocks or was new
+// to it: either way the thread's owner is registered.
+void FreeHostMemory(void* memory) {
+    if (memory && memory == smallBlocks.handedOut && smallBlocks.count < keptBlocks) {
+        smallBlocks.handedOut = nullptr;
+        Keep(memory);
+        return;
+    }
+    FreeOtherMemory(memory);
 }
 
 #endif
