@@ -28,21 +28,39 @@ struct alignas(64) Slot {
 
 struct FactoryPool {
     std::array<Slot, PoolSize> slots;
-    // Where a thread's first search starts. Relaxed: a lost update would only
-    // shift the start of the search.
-    std::atomic<uint32_t> next{static_cast<uint32_t>(-1)};
+    // Where the next search starts. Relaxed: a lost update would only shift
+    // the start of a search.
+    std::atomic<uint32_t> next{0};
 };
 
-FactoryPool& Pool() {
-    // Never destroyed: threads may still calculate while the process exits.
-    static FactoryPool* pool = new FactoryPool();
-    return *pool;
-}
+// Initialised as a constant (all zeros) before any code runs, so that no
+// call checks for its construction; never destroyed, as threads may still
+// calculate while the process exits.
+union PoolStorage {
+    FactoryPool pool;
+    constexpr PoolStorage() : pool() {}
+    ~PoolStorage() {}
+};
+constinit PoolStorage storage;
+
+FactoryPool& Pool() { return storage.pool; }
 
 // The factory this thread holds or held last, and how many calls on the
 // thread borrowed it.
 thread_local size_t heldIndex = PoolSize;
 thread_local size_t borrowings = 0;
+
+// Searches the pool from a moving start until a factory is free.
+[[gnu::noinline]] ObjectFactory* SearchFactory(FactoryPool& pool) {
+    for (;;) {
+        const uint32_t index = pool.next.fetch_add(1, std::memory_order_relaxed) & (PoolSize - 1);
+        if (pool.slots[index].TryTake()) {
+            heldIndex = index;
+            return &pool.slots[index].factory;
+        }
+        if (index == PoolSize - 1) std::this_thread::yield();
+    }
+}
 
 }  // namespace
 
@@ -54,15 +72,7 @@ ObjectFactory* BorrowFactory() {
     if (borrowings++ > 0) return &pool.slots[heldIndex].factory;
     if (heldIndex < PoolSize && pool.slots[heldIndex].TryTake())
         return &pool.slots[heldIndex].factory;
-    for (;;) {
-        const uint32_t index =
-            (pool.next.fetch_add(1, std::memory_order_relaxed) + 1) & (PoolSize - 1);
-        if (pool.slots[index].TryTake()) {
-            heldIndex = index;
-            return &pool.slots[index].factory;
-        }
-        if (index == PoolSize - 1) std::this_thread::yield();
-    }
+    return SearchFactory(pool);
 }
 
 void ReturnFactory() {

@@ -10,25 +10,30 @@
 
 namespace CalcEngine {
 
-ObjectFactory::ObjectFactory() {
-    // Pushing into a pool must never allocate on the operator path.
-    for (Pool* pool : PoolsOf(*this)) pool->reserve(PoolLimit);
-}
-
 ObjectFactory::~ObjectFactory() {
     for (Pool* pool : PoolsOf(*this)) {
-        for (Object* object : *pool) delete object;
+        for (size_t i = 0; i < pool->count; ++i) delete pool->objects[i];
     }
 }
+
+namespace {
+
+// A new object when the pool is empty: kept out of line, so that taking one
+// from the pool needs no frame of its own.
+template <class T>
+[[gnu::noinline]] T* NewObject() {
+    return new T();
+}
+
+}  // namespace
 
 template <class T>
 T* ObjectFactory::Take(Pool& pool, Environment* environment) {
     T* object;
-    if (pool.empty()) {
-        object = new T();
+    if (pool.count == 0) {
+        object = NewObject<T>();
     } else {
-        object = static_cast<T*>(pool.back());
-        pool.pop_back();
+        object = static_cast<T*>(pool.objects[--pool.count]);
         object->refCount.store(1, std::memory_order_relaxed);
     }
     object->environment = environment;
@@ -39,10 +44,10 @@ T* ObjectFactory::Take(Pool& pool, Environment* environment) {
 template <class T>
 void ObjectFactory::Recycle(Pool& pool, T* object) {
     object->T::Clear();
-    if (pool.size() >= PoolLimit) {
+    if (pool.count >= PoolLimit) {
         delete object;
     } else {
-        pool.push_back(object);
+        pool.objects[pool.count++] = object;
     }
 }
 
@@ -128,7 +133,7 @@ Object* ObjectFactory::CreateVariable(Environment* environment, Object* value) {
 
 size_t ObjectFactory::PooledCount() const {
     size_t count = 0;
-    for (const Pool* pool : PoolsOf(*this)) count += pool->size();
+    for (const Pool* pool : PoolsOf(*this)) count += pool->count;
     return count;
 }
 

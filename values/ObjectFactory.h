@@ -5,7 +5,6 @@
 
 #include <array>
 #include <cstdint>
-#include <vector>
 
 #include "values/ICalcContext.h"
 #include "values/Object.h"
@@ -28,8 +27,9 @@ public:
     // so that pools hold little memory however large the values were.
     static constexpr size_t PooledCapacity = 1024;
 
-    ObjectFactory();
-    virtual ~ObjectFactory();
+    // Constant: a factory may be constant-initialised.
+    constexpr ObjectFactory() = default;
+    ~ObjectFactory();
     ObjectFactory(const ObjectFactory&) = delete;
     ObjectFactory& operator=(const ObjectFactory&) = delete;
 
@@ -69,7 +69,12 @@ public:
     size_t PooledCount() const;
 
 private:
-    using Pool = std::vector<Object*>;
+    // Idle objects of one class, last in first out. Its room is fixed, so
+    // that taking and giving back never allocate.
+    struct Pool {
+        size_t count = 0;
+        Object* objects[PoolLimit]{};
+    };
     // The object pushed last, else a new one; counted once, in `environment`.
     template <class T>
     static T* Take(Pool& pool, Environment* environment);
