@@ -32,6 +32,19 @@ void SetTextResult(DTCalcResult& result, const WString& text) {
     result.iResultBufferLength = static_cast<int32_t>(bytes);
 }
 
+void SetNumberResultOf(DTCalcResult& result, const Object& value) {
+    double number;
+    value.GetNumber(number);
+    SetNumberResult(result, number);
+}
+
+// Kept apart from the number paths, which then need no text.
+[[gnu::noinline]] void SetTextResultOf(DTCalcResult& result, const Object& value) {
+    WString text;
+    value.GetText(text);
+    SetTextResult(result, text);
+}
+
 WString Summary() {
     WString summary;
     CurrentContext()->GetSummary(summary, nullptr);
@@ -104,24 +117,17 @@ int32_t RecyclableCalcFormula::Convert(Object* value, DTCalcResult& result) cons
         SetTextResult(result, Summary());
         return ORDODLL_RESULT_EVALUATION_ERROR;
     }
-    int32_t flags = CurrentContext()->GetClient()->flags;
-    double number;
-    WString text;
+    const int32_t flags = CurrentContext()->GetClient()->flags;
     if (flags & ORDODLL_FLAG_FORCE_FLOAT_RESULT) {
-        value->GetNumber(number);
-        SetNumberResult(result, number);
+        SetNumberResultOf(result, *value);
     } else if (flags & ORDODLL_FLAG_FORCE_FLOAT_OR_STRING_RESULT) {
         PtrWrapper resolved(Resolve(value));
-        if (resolved->IsSingleValue()) {
-            resolved->GetNumber(number);
-            SetNumberResult(result, number);
-        } else {
-            resolved->GetText(text);
-            SetTextResult(result, text);
-        }
+        if (resolved->IsSingleValue())
+            SetNumberResultOf(result, *resolved);
+        else
+            SetTextResultOf(result, *resolved);
     } else {
-        value->GetText(text);
-        SetTextResult(result, text);
+        SetTextResultOf(result, *value);
     }
     return ORDODLL_RESULT_OK;
 }

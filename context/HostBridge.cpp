@@ -128,9 +128,11 @@ void ParameterArray::Fill(DTCalcFunctionParameterValue& parameter, Object& objec
     parameter.iType = written.iType;
 }
 
-Object* CreateObjectFromResult(Environment* environment, int32_t failed, int32_t type,
-                               const DTCalcResult& result) {
-    if (failed) return nullptr;
+namespace {
+
+// Every result but a plain number, which the caller has handled.
+[[gnu::noinline]] Object* ObjectFromOtherResult(Environment* environment, int32_t type,
+                                                const DTCalcResult& result) {
     ObjectFactory& factory = *CurrentFactory();
     if (result.iResultBufferLength == 0) return factory.CreateEmpty(environment);
     switch (type) {
@@ -144,17 +146,26 @@ Object* CreateObjectFromResult(Environment* environment, int32_t failed, int32_t
             return NumberListFromBuffer(environment, result,
                                         type == ORDODLL_FUNCTION_RESULT_TYPE_RAW_NUMBERLIST);
         case ORDODLL_FUNCTION_RESULT_TYPE_NUMBER:
-        case ORDODLL_FUNCTION_RESULT_TYPE_RAW_NUMBER: {
+            return factory.CreateFloat(environment);
+        case ORDODLL_FUNCTION_RESULT_TYPE_RAW_NUMBER:
             if (!result.xResultBuffer || result.iResultBufferLength < 8)
                 return factory.CreateFloat(environment);
-            double value = ReadDouble(result.xResultBuffer);
-            return factory.CreateFloat(environment, type == ORDODLL_FUNCTION_RESULT_TYPE_RAW_NUMBER
-                                                        ? RawNumber(value)
-                                                        : value);
-        }
+            return factory.CreateFloat(environment, RawNumber(ReadDouble(result.xResultBuffer)));
         default:
             return nullptr;
     }
+}
+
+}  // namespace
+
+Object* CreateObjectFromResult(Environment* environment, int32_t failed, int32_t type,
+                               const DTCalcResult& result) {
+    if (failed) return nullptr;
+    // A number, the most frequent answer, on the shortest path.
+    if (type == ORDODLL_FUNCTION_RESULT_TYPE_NUMBER && result.xResultBuffer &&
+        result.iResultBufferLength >= 8)
+        return CurrentFactory()->CreateFloat(environment, ReadDouble(result.xResultBuffer));
+    return ObjectFromOtherResult(environment, type, result);
 }
 
 }  // namespace CalcEngine

@@ -22,18 +22,29 @@ CalcRuntimeObjectReference::CalcRuntimeObjectReference(Environment* environment,
 
 Object* CalcRuntimeObjectReference::GetValue(Environment& environment,
                                              const ExpressionList* arguments) const {
-    if (!arguments) return AskHost(environment, nullptr);
+    return arguments ? AskHostWith(environment, *arguments) : AskHost(environment, nullptr);
+}
+
+Object* CalcRuntimeObjectReference::AskHostWith(Environment& environment,
+                                                const ExpressionList& arguments) const {
     ArgumentList values;
-    EvaluateArguments(environment, *arguments, values, symbol, true);
+    EvaluateArguments(environment, arguments, values, symbol, true);
     return AskHost(environment, &values);
 }
+
+namespace {
+
+// Out of line: the frequent path then needs no frame for the message.
+[[noreturn, gnu::noinline]] void RaiseReferenceInEvaluate() {
+    RaiseRuntimeError(u"External object symbol references aren't allowed in evaluate-function.");
+}
+
+}  // namespace
 
 Object* CalcRuntimeObjectReference::AskHost(Environment& environment,
                                             const ArgumentList* arguments) const {
     ICalcContext& context = *CurrentContext();
-    if (context.EvaluateNesting() > 0)
-        RaiseRuntimeError(
-            u"External object symbol references aren't allowed in evaluate-function.");
+    if (context.EvaluateNesting() > 0) RaiseReferenceInEvaluate();
     return context.GetClient()->GetSymbolValue(environment, symbol, arguments);
 }
 

@@ -64,6 +64,10 @@ public:
 private:
     // The host's value with the evaluated `arguments` (null for none).
     Object* AskHost(Environment& environment, const ArgumentList* arguments) const;
+    // The host's value with `arguments` evaluated first. Kept apart from
+    // the frequent call without arguments, which then needs a smaller frame.
+    [[gnu::noinline]] Object* AskHostWith(Environment& environment,
+                                          const ExpressionList& arguments) const;
     // "Warning: Error occurred while <action> deleted object "<symbol>"." in
     // the context's messages.
     void Warn(const WString& action) const;

@@ -82,16 +82,10 @@ Object* ChooseWorkingValue(Environment& environment, int32_t op, PtrWrapper& lef
     return widened.Detach();
 }
 
-// A non-logical operator over its two values: an indirect right operand is
+// Values of different classes, or an indirect right one: that operand is
 // widened towards the left one, the accumulator chosen and changed in place.
-// Takes the reference of `left`.
-Object* ApplyToValues(Environment& environment, int32_t op, PtrWrapper& left, Object& right) {
-    // The usual case, one class on both sides: the left value is the
-    // accumulator as it is.
-    if (left->objectType.type == right.objectType.type && !right.GetType().IsIndirect()) {
-        std::invoke(operatorCalls[op].apply, *left, right);
-        return left.Detach();
-    }
+[[gnu::noinline]] Object* ApplyToMixedValues(Environment& environment, int32_t op,
+                                              PtrWrapper& left, Object& right) {
     PtrWrapper widenedRight;
     Object* rightValue = &right;
     if (right.GetType().IsIndirect()) {
@@ -101,6 +95,18 @@ Object* ApplyToValues(Environment& environment, int32_t op, PtrWrapper& left, Ob
     PtrWrapper working(ChooseWorkingValue(environment, op, left, *rightValue));
     std::invoke(operatorCalls[op].apply, *working, *rightValue);
     return working.Detach();
+}
+
+// A non-logical operator over its two values. Takes the reference of `left`.
+Object* ApplyToValues(Environment& environment, int32_t op, PtrWrapper& left, Object& right) {
+    // The usual case, one class on both sides: the left value is the
+    // accumulator as it is. The rest stays out of line, so that this case
+    // needs no larger frame.
+    if (left->objectType.type == right.objectType.type && !right.GetType().IsIndirect()) {
+        std::invoke(operatorCalls[op].apply, *left, right);
+        return left.Detach();
+    }
+    return ApplyToMixedValues(environment, op, left, right);
 }
 
 // The value that a logical or unary operator changes: `value` itself (its

@@ -6,6 +6,8 @@ namespace CalcEngine {
 // slot is reached on every node.
 thread_local constinit ICalcContext* currentContext = nullptr;
 
+void ICalcContext::QuotaExceeded() { throw CalculationQuotaExceededException(); }
+
 void SetCurrentContext(ICalcContext* context) { currentContext = context; }
 
 SeparatorOverride::SeparatorOverride(ICalcContext& context, int index, char16_t character)

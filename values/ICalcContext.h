@@ -110,7 +110,7 @@ public:
     // Charges one unit of the quota; raises CalculationQuotaExceededException
     // past the limit. Only the call's own thread ticks its context.
     void TickQuota() {
-        if (++quotaCount > quotaCeiling) throw CalculationQuotaExceededException();
+        if (++quotaCount > quotaCeiling) QuotaExceeded();
     }
     ObjectFactory* GetObjectFactory() const { return objectFactory; }
     CalcClient* GetClient() const { return client; }
@@ -135,6 +135,9 @@ protected:
     int32_t evaluateNesting = 0;
 
 private:
+    // Out of line, so that every node's tick stays a few instructions.
+    [[noreturn]] static void QuotaExceeded();
+
     uint64_t quotaCount = 0;
     uint64_t quotaCeiling = UINT64_MAX;
 };
