@@ -50,7 +50,8 @@ FactoryPool& Pool() { return storage.pool; }
 thread_local size_t heldIndex = PoolSize;
 thread_local size_t borrowings = 0;
 
-// Searches the pool from a moving start until a factory is free.
+// Searches the pool from a moving start until a factory is free. Out of
+// line: a borrow almost always gets the factory its thread had last.
 [[gnu::noinline]] ObjectFactory* SearchFactory(FactoryPool& pool) {
     for (;;) {
         const uint32_t index = pool.next.fetch_add(1, std::memory_order_relaxed) & (PoolSize - 1);
