@@ -2,9 +2,7 @@
 // formula cache, driven through libordo.so.
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <string>
-#include <thread>
 
 #include "OrdoHost.h"
 #include "tests/TestClient.h"
@@ -92,33 +90,12 @@ TEST(Boundary, ParseErrorCarriesTextAndLengthInCharacters) {
     EXPECT_EQ(result.xResultBuffer, nullptr);
 }
 
-TEST(Boundary, CalculateFormulaReturnsTheCalculationsCode) {
-    Host host;
-    DTCalcResult result{};
-    EXPECT_EQ(iCalcCalculateFormula(host.client, u"[5] MOD 0.5", &result, nullptr),
-              ORDODLL_RESULT_UNHANDLED_EXCEPTION);
-    result = DTCalcResult{};
-    EXPECT_EQ(iCalcCalculateFormula(host.client, u"6*7", &result, nullptr), ORDODLL_RESULT_OK);
-    EXPECT_EQ(TakeResult(0, result).text, "42");
-}
-
-TEST(Boundary, LineFeedEndsComposedMessages) {
-    HostOptions options;
-    options.lineFeed = u"|";
-    Host host(options);
-    void* handle = nullptr;
-    EXPECT_EQ(host.Prepare("[1", &handle).text,
-              "Formula preparation failed|parser exception: line 1:3: missing right bracket ']'||");
-}
-
 TEST(Cache, SameTextSharesOneFormulaUntilTheFirstFree) {
     Host host;
     void* first = nullptr;
     void* second = nullptr;
     void* third = nullptr;
-    int32_t flags = -1;
-    ASSERT_EQ(host.Prepare("x + 1", &first, &flags).code, 0);
-    EXPECT_EQ(flags, ORDODLL_PREPARED_FORMULA_FLAG_CONST);  // constant but for its reference
+    ASSERT_EQ(host.Prepare("x + 1", &first).code, 0);
     ASSERT_EQ(host.Prepare("x + 1", &second).code, 0);
     EXPECT_EQ(first, second);
     // Another key: case and blanks count.
@@ -135,13 +112,11 @@ TEST(Cache, SameTextSharesOneFormulaUntilTheFirstFree) {
     EXPECT_EQ(iCalcFreeFormula(host.client, fourth), 0);
 }
 
-TEST(Cache, ConstantFormulaIsCalculatedOnceWithItsFlags) {
+// The result of a constant formula is kept; each call gets a copy of it.
+TEST(Cache, ConstantFormulaGivesEachCallABufferOfItsOwn) {
     Host host;
     void* handle = nullptr;
-    int32_t flags = 0;
-    ASSERT_EQ(host.Prepare("2 * 21", &handle, &flags).code, 0);
-    EXPECT_EQ(flags,
-              ORDODLL_PREPARED_FORMULA_FLAG_CONST | ORDODLL_PREPARED_FORMULA_FLAG_CONST_REFERENCES);
+    ASSERT_EQ(host.Prepare("2 * 21", &handle).code, 0);
     DTCalcResult a{}, b{};
     ASSERT_EQ(iCalcCalculate(host.client, handle, &a, nullptr), 0);
     ASSERT_EQ(iCalcCalculate(host.client, handle, &b, nullptr), 0);
@@ -182,7 +157,6 @@ TEST(BadInput, EndsWithACodeAndAMessage) {
     const BadInput cases[] = {
         {"lone high surrogate", u"1 + \xD800", ORDODLL_RESULT_PARSE_ERROR,
          "Formula preparation failed\r\nparser exception: line 1:5: unexpected char: "},
-        {"lone surrogate in a string", u"\"a\xDC00\"", ORDODLL_RESULT_OK, "a\xEF\xBF\xBD"},
         {"million-character string", u"\"" + Repeat(u"x", 1000000) + u"\"", ORDODLL_RESULT_OK,
          "xxxx"},
         {"sum of 100000 terms", u"0" + Repeat(u"+1", 100000), ORDODLL_RESULT_OK, "100000"},
@@ -230,30 +204,6 @@ TEST(BadInput, EndsWithACodeAndAMessage) {
     }
 }
 
-int32_t FaultingSymbol(const char16_t*, DTCalcFunctionParameterValue*, int32_t, DTCalcResult*,
-                       void*) {
-    raise(SIGSEGV);
-    return ORDODLL_RESULT_OK;
-}
-
-// A fault inside a host callback ends the call with a report; the client,
-// the lock and the object factories stay usable.
-TEST(BadInput, FaultInACallbackIsReportedAndTheClientGoesOn) {
-    Host host;
-    void* faulting = NewTestClient(FaultingSymbol);
-    ASSERT_NE(faulting, nullptr);
-    for (int i = 0; i < 20; ++i) {  // more faults than there are object factories
-        DTCalcResult result{};
-        EXPECT_EQ(iCalcCalculateFormula(faulting, u"x + 1", &result, nullptr),
-                  ORDODLL_RESULT_UNHANDLED_EXCEPTION);
-    }
-    iCalcFinalize(faulting);
-    EXPECT_EQ(host.Calc("1 + 1").text, "2");
-    host.symbolFailure = 0;
-    host.symbols["x"] = Outcome{0, 0, true, 1, ""};
-    EXPECT_EQ(host.Calc("x + 1").text, "2");
-}
-
 // Many hosts run formulas on threads with 1 MiB stacks: 256 levels of
 // nesting must prepare and calculate there.
 TEST(BadInput, DeepButOrdinaryNestingWorksOnASmallStack) {
@@ -261,29 +211,11 @@ TEST(BadInput, DeepButOrdinaryNestingWorksOnASmallStack) {
     std::u16string formula =
         Repeat(u"(", 128) + Repeat(u"[", 127) + u"-1" + Repeat(u"]", 127) + Repeat(u")", 128);
     Outcome outcome;
-    pthread_attr_t attributes;
-    pthread_attr_init(&attributes);
-    pthread_attr_setstacksize(&attributes, 1 << 20);
-    struct Job {
-        Host* host;
-        std::u16string* formula;
-        Outcome* outcome;
-    } job{&host, &formula, &outcome};
-    pthread_t thread;
-    ASSERT_EQ(pthread_create(
-                  &thread, &attributes,
-                  [](void* data) -> void* {
-                      auto* job = static_cast<Job*>(data);
-                      DTCalcResult result{};
-                      int32_t code = iCalcCalculateFormula(job->host->client, job->formula->c_str(),
-                                                           &result, nullptr);
-                      *job->outcome = TakeResult(code, result);
-                      return nullptr;
-                  },
-                  &job),
-              0);
-    pthread_join(thread, nullptr);
-    pthread_attr_destroy(&attributes);
+    ASSERT_TRUE(RunOnStackOf(1 << 20, [&] {
+        DTCalcResult result{};
+        const int32_t code = iCalcCalculateFormula(host.client, formula.c_str(), &result, nullptr);
+        outcome = TakeResult(code, result);
+    }));
     EXPECT_EQ(outcome.code, ORDODLL_RESULT_OK);
     EXPECT_EQ(outcome.text, "-1");
 }

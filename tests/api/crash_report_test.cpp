@@ -2,7 +2,6 @@
 // host's log gets a report of the fault, where it lies and the stack that
 // led there, and the client goes on.
 #include <gtest/gtest.h>
-#include <pthread.h>
 
 #include <stdexcept>
 #include <string>
@@ -59,13 +58,8 @@ int32_t NullFunction(int32_t, DTCalcFunctionParameterValue*, void*, DTCalcResult
 }
 
 void* NewClient() {
-    void* client = nullptr;
-    DTCalcInit init{};
-    init.iVersion = ORDODLL_VERSION;
-    init.xGetSymbolValueFunc = Symbols;
-    init.xWriteLogEntryFunc = KeepReports;
-    init.xxClientHandle = &client;
-    EXPECT_EQ(iCalcInitialize(&init), ORDODLL_RESULT_OK);
+    void* client = NewTestClient(Symbols, ORDODLL_FLAG_DEFAULT, nullptr, KeepReports);
+    EXPECT_NE(client, nullptr);
     DTCalcFunctionParameter parameter{u"x", 0, ORDODLL_FUNCTION_PARAMETER_TYPE_NUMBER, nullptr};
     DTCalcFunction function{u"Boom",     nullptr, u"Host",
                             &parameter,  0,       ORDODLL_FUNCTION_RESULT_TYPE_NUMBER,
@@ -86,34 +80,19 @@ struct Crash {
 // Calculates on a thread of its own whose stack is small, so that an
 // overflow comes quickly.
 int32_t CalculateOnSmallStack(void* client, const std::u16string& formula) {
-    struct Job {
-        void* client;
-        const std::u16string* formula;
-        int32_t code;
-        std::vector<std::string> reports;
-    } job{client, &formula, 0, {}};
-    pthread_attr_t attributes;
-    pthread_attr_init(&attributes);
-    pthread_attr_setstacksize(&attributes, 512 * 1024);
-    pthread_t thread;
-    pthread_create(
-        &thread, &attributes,
-        [](void* data) -> void* {
-            auto& job = *static_cast<Job*>(data);
-            DTCalcResult result{};
-            job.code = iCalcCalculateFormula(job.client, job.formula->c_str(), &result, nullptr);
-            iCalcFreeMemory(result.xResultBuffer);
-            job.reports = reports;
-            return nullptr;
-        },
-        &job);
-    pthread_join(thread, nullptr);
-    pthread_attr_destroy(&attributes);
-    reports = job.reports;
-    return job.code;
+    int32_t code = 0;
+    std::vector<std::string> threadReports;
+    EXPECT_TRUE(RunOnStackOf(512 * 1024, [&] {
+        DTCalcResult result{};
+        code = iCalcCalculateFormula(client, formula.c_str(), &result, nullptr);
+        iCalcFreeMemory(result.xResultBuffer);
+        threadReports = reports;
+    }));
+    reports = threadReports;
+    return code;
 }
 
-TEST(CrashReport, FaultInACallbackIsReportedWithItsStack) {
+TEST(CrashReport, FaultOrExceptionInACallbackIsReported) {
     const Crash crashes[] = {
         {"[1 2] + nul + a", "Exception: ACCESS_VIOLATION (0x", "ReadThroughNull",
          "CalcClient::AskSymbolValue"},
@@ -148,15 +127,7 @@ TEST(CrashReport, FaultInACallbackIsReportedWithItsStack) {
         EXPECT_LT(library, exported) << report;
         EXPECT_NE(exported, std::string::npos) << report;
     }
-    // The client goes on.
-    DTCalcResult result{};
-    EXPECT_EQ(iCalcCalculateFormula(client, u"a + 1", &result, nullptr), ORDODLL_RESULT_OK);
-    EXPECT_EQ(TakeResult(ORDODLL_RESULT_OK, result).text, "2");
-    iCalcFinalize(client);
-}
-
-TEST(CrashReport, ExceptionFromACallbackIsReportedWithItsText) {
-    void* client = NewClient();
+    // An exception is reported with its text in place of a stack.
     reports.clear();
     DTCalcResult result{};
     EXPECT_EQ(iCalcCalculateFormula(client, u"[1 2] + throw", &result, nullptr),
@@ -164,6 +135,10 @@ TEST(CrashReport, ExceptionFromACallbackIsReportedWithItsText) {
     ASSERT_EQ(reports.size(), 1u);
     EXPECT_EQ(reports[0],
               "Exception: C++ exception (0x00000000e06d7363)\r\nthe host gave up\r\n\r\n");
+    // The client goes on.
+    result = DTCalcResult{};
+    EXPECT_EQ(iCalcCalculateFormula(client, u"a + 1", &result, nullptr), ORDODLL_RESULT_OK);
+    EXPECT_EQ(TakeResult(ORDODLL_RESULT_OK, result).text, "2");
     iCalcFinalize(client);
 }
 

@@ -1,8 +1,8 @@
 /*
- * The public header seen from a C11 host: its constants and record layouts
- * are fixed at compile time, and the simple functions and one calculation
- * are called through the shared library, so a C caller and the C++ library
- * must agree on every record they exchange.
+ * The public header seen from a pedantic C11 host: its version, result codes
+ * and record layouts are fixed at compile time, and the functions are called
+ * through the shared library, so that a C caller and the C++ library agree on
+ * every record they exchange.
  */
 #include <stddef.h>
 #include <stdint.h>
@@ -12,61 +12,10 @@
 
 #include <ordo.h>
 
-/* Constants: their values are part of the binary interface. */
+/* The anchors of the binary interface: its version and the result codes. */
 _Static_assert(ORDODLL_VERSION == 8400, "version");
-
-_Static_assert(ORDODLL_RESULT_OK == 0, "error code");
-_Static_assert(ORDODLL_RESULT_UNKNOWN_ERROR == -1, "error code");
-_Static_assert(ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR == -2, "error code");
-_Static_assert(ORDODLL_RESULT_PARSE_ERROR == -3, "error code");
-_Static_assert(ORDODLL_RESULT_EVALUATION_ERROR == -4, "error code");
-_Static_assert(ORDODLL_RESULT_INCOMPATIBLE_INTERFACE_VERSION_ERROR == -5, "error code");
-_Static_assert(ORDODLL_RESULT_QUOTA_EXCEEDED_ERROR == -6, "error code");
-_Static_assert(ORDODLL_RESULT_UNHANDLED_EXCEPTION == -7, "error code");
-
-_Static_assert(ORDODLL_LOG_ENTRY_PRIORITY_CRITICAL_ERROR == 1, "log priority");
-_Static_assert(ORDODLL_LOG_ENTRY_PRIORITY_ERROR == 2, "log priority");
-_Static_assert(ORDODLL_LOG_ENTRY_PRIORITY_WARNING == 3, "log priority");
-_Static_assert(ORDODLL_LOG_ENTRY_PRIORITY_NOTIFICATION == 4, "log priority");
-_Static_assert(ORDODLL_LOG_ENTRY_PRIORITY_DEBUG == 5, "log priority");
-_Static_assert(ORDODLL_LOG_ENTRY_PRIORITY_INFORMATION == 6, "log priority");
-
-_Static_assert(ORDODLL_FLAG_DEFAULT == 0, "calc flag");
-_Static_assert(ORDODLL_FLAG_FORCE_FLOAT_RESULT == 1, "calc flag");
-_Static_assert(ORDODLL_FLAG_FORCE_NUMBER_SYMBOL_PARAMETER_TYPE == 2, "calc flag");
-_Static_assert(ORDODLL_FLAG_FORCE_FLOAT_OR_STRING_RESULT == 4, "calc flag");
-
-_Static_assert(ORDODLL_EXTERNAL_OBJECT_REFERENCE_FLAG_DEFAULT == 0, "reference flag");
-_Static_assert(ORDODLL_EXTERNAL_OBJECT_REFERENCE_FLAG_EMPTY_PARAM_LIST == 1, "reference flag");
-_Static_assert(ORDODLL_EXTERNAL_OBJECT_REFERENCE_FLAG_CONST_VALUE == 2, "reference flag");
-
-_Static_assert(ORDODLL_FUNCTION_PARAMETER_FLAG_DEFAULT == 0, "parameter flag");
-_Static_assert(ORDODLL_FUNCTION_PARAMETER_FLAG_ONE_OR_MORE == 1, "parameter flag");
-
-_Static_assert(ORDODLL_FUNCTION_PARAMETER_TYPE_STRING == 1, "parameter type");
-_Static_assert(ORDODLL_FUNCTION_PARAMETER_TYPE_NUMBERLIST == 2, "parameter type");
-_Static_assert(ORDODLL_FUNCTION_PARAMETER_TYPE_NUMBER == 3, "parameter type");
-_Static_assert(ORDODLL_FUNCTION_PARAMETER_TYPE_VARREF == 4, "parameter type");
-
-_Static_assert(ORDODLL_FUNCTION_RESULT_TYPE_UNKNOWN == 0, "result type");
-_Static_assert(ORDODLL_FUNCTION_RESULT_TYPE_STRING == 1, "result type");
-_Static_assert(ORDODLL_FUNCTION_RESULT_TYPE_NUMBERLIST == 2, "result type");
-_Static_assert(ORDODLL_FUNCTION_RESULT_TYPE_NUMBER == 3, "result type");
-_Static_assert(ORDODLL_FUNCTION_RESULT_TYPE_RAW_NUMBERLIST == 4, "result type");
-_Static_assert(ORDODLL_FUNCTION_RESULT_TYPE_RAW_NUMBER == 5, "result type");
-
-_Static_assert(ORDODLL_PREPARED_FORMULA_FLAG_DEFAULT == 0, "prepared flag");
-_Static_assert(ORDODLL_PREPARED_FORMULA_FLAG_CONST == 1, "prepared flag");
-_Static_assert(ORDODLL_PREPARED_FORMULA_FLAG_CONST_REFERENCES == 2, "prepared flag");
-
-_Static_assert(ORDODLL_GET_SYMBOL_VALUE_FLAG_DEFAULT == 0, "symbol value flag");
-_Static_assert(ORDODLL_GET_SYMBOL_VALUE_FLAG_IGNORE_NULL == 1, "symbol value flag");
-
-_Static_assert(ORDODLL_EXTERNAL_FUNCTION_FLAG_DEFAULT == 0, "function flag");
-_Static_assert(ORDODLL_EXTERNAL_FUNCTION_FLAG_CONST == 1, "function flag");
-
-_Static_assert(ORDODLL_EXTERNAL_FUNCTION_HANDLER_FLAG_DEFAULT == 0, "handler flag");
-_Static_assert(ORDODLL_EXTERNAL_FUNCTION_HANDLER_FLAG_IGNORE_NULL == 1, "handler flag");
+_Static_assert(ORDODLL_RESULT_OK == 0 && ORDODLL_RESULT_UNKNOWN_ERROR == -1, "result codes");
+_Static_assert(ORDODLL_RESULT_UNHANDLED_EXCEPTION == -7, "result codes");
 
 /* Records: the field order is binding, and the fields have their fixed widths. */
 #define BEFORE(T, a, b) _Static_assert(offsetof(T, a) < offsetof(T, b), #T ": " #a " before " #b)
@@ -166,27 +115,11 @@ static void test_error_strings(void) {
     }
 }
 
-static void test_memory(void) {
-    CHECK(iCalcFreeMemory(NULL) == ORDODLL_RESULT_OK);
-    double* numbers = xCalcAllocateMemory(8 * sizeof(double));
-    CHECK(numbers != NULL);
-    if (numbers != NULL) {
-        for (int i = 0; i < 8; ++i) {
-            numbers[i] = i;
-        }
-        CHECK(numbers[7] == 7.0);
-        CHECK(iCalcFreeMemory(numbers) == ORDODLL_RESULT_OK);
-    }
-}
-
 static int log_calls = 0;
-static int32_t last_log_priority = 0;
-static int last_log_was_start_up = 0;
 
 static int32_t write_log(const char16_t* text, int32_t priority) {
+    (void)text, (void)priority;
     ++log_calls;
-    last_log_priority = priority;
-    last_log_was_start_up = u16_equal(text, u"Ordo.dll version 8400 initialized successfully.");
     return ORDODLL_RESULT_OK;
 }
 
@@ -200,37 +133,19 @@ static DTCalcInit make_init(void** client) {
     return init;
 }
 
-static void test_version_mismatch(void) {
-    static int sentinel;
-    void* client = &sentinel;
-    DTCalcInit init = make_init(&client);
-    init.iVersion = 8200;
-    log_calls = 0;
-    CHECK(iCalcInitialize(&init) == ORDODLL_RESULT_INCOMPATIBLE_INTERFACE_VERSION_ERROR);
-    CHECK(client == &sentinel);
-    CHECK(log_calls == 0);
-    CHECK(iCalcFinalize(NULL) == ORDODLL_RESULT_OK);
-}
-
 /* A round trip through every record the host fills or reads for one formula. */
 static void test_calculation(void) {
     void* client = NULL;
     DTCalcInit init = make_init(&client);
     log_calls = 0;
     CHECK(iCalcInitialize(&init) == ORDODLL_RESULT_OK);
-    CHECK(client != NULL);
-    CHECK(log_calls == 1 && last_log_priority == ORDODLL_LOG_ENTRY_PRIORITY_NOTIFICATION);
-    CHECK(last_log_was_start_up);
+    CHECK(client != NULL && log_calls == 1);
     if (client == NULL) {
         return;
     }
 
     DTCalcFormulaPreparationResult prepared = {0};
-    void* handle = &prepared;
-    CHECK(iCalcPrepareFormula(client, NULL, &prepared, &handle, NULL) ==
-          ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR);
-    CHECK(handle == NULL);
-
+    void* handle = NULL;
     CHECK(iCalcPrepareFormula(client, u"1+2", &prepared, &handle, NULL) == ORDODLL_RESULT_OK);
     CHECK(handle != NULL);
     CHECK(prepared.iType == 0 && prepared.xResultBuffer == NULL);
@@ -246,11 +161,9 @@ static void test_calculation(void) {
         CHECK(value == 3.0);
     }
     CHECK(iCalcFreeMemory(result.xResultBuffer) == ORDODLL_RESULT_OK);
-    CHECK(iCalcCalculate(client, NULL, &result, NULL) == ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR);
     if (handle != NULL) {
         CHECK(iCalcFreeFormula(client, handle) == ORDODLL_RESULT_OK);
     }
-    CHECK(iCalcFreeFormula(client, NULL) == ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR);
     CHECK(iCalcFinalize(client) == ORDODLL_RESULT_OK);
 }
 
@@ -322,22 +235,11 @@ static void test_failures_leave_records(void) {
           ORDODLL_RESULT_PARSE_ERROR);
     CHECK(handle == NULL && prepared.iFlags == 77);
     CHECK(prepared.iType == ORDODLL_FUNCTION_RESULT_TYPE_STRING && prepared.xResultBuffer != NULL);
-    if (prepared.xResultBuffer != NULL) {
-        int32_t characters = 1;
-        while (prepared.xResultBuffer[characters - 1] != 0) {
-            ++characters;
-        }
-        CHECK(prepared.iResultBufferLength == characters);
-    }
     iCalcFreeMemory(prepared.xResultBuffer);
 
     DTCalcResult untouched = {5, 99, NULL};
     CHECK(iCalcCalculate(client, NULL, &untouched, NULL) == ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR);
     CHECK(untouched.iResultBufferLength == 5 && untouched.iType == 99);
-
-    DTCalcResult emptied = {5, 99, (char16_t*)&emptied};
-    CHECK(iCalcCalculateFormula(client, u"1+", &emptied, NULL) == ORDODLL_RESULT_PARSE_ERROR);
-    CHECK(emptied.iResultBufferLength == 0 && emptied.xResultBuffer == NULL);
     CHECK(iCalcCalculateFormula(client, u"1+2", NULL, NULL) ==
           ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR);
     CHECK(iCalcFinalize(client) == ORDODLL_RESULT_OK);
@@ -345,8 +247,6 @@ static void test_failures_leave_records(void) {
 
 int main(void) {
     test_error_strings();
-    test_memory();
-    test_version_mismatch();
     test_calculation();
     test_records_are_copied();
     test_failures_leave_records();

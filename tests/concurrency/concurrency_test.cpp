@@ -5,8 +5,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <cmath>
-#include <cstring>
 #include <future>
 #include <string>
 #include <thread>
@@ -24,21 +22,15 @@ int32_t SymbolIsThreadNumber(const char16_t*, DTCalcFunctionParameterValue*, int
 }
 
 void* Prepare(void* client, const std::u16string& text) {
-    DTCalcFormulaPreparationResult preparation{};
-    void* handle = nullptr;
-    EXPECT_EQ(iCalcPrepareFormula(client, text.c_str(), &preparation, &handle, nullptr),
-              ORDODLL_RESULT_OK);
+    void* handle = PrepareHandle(client, text.c_str());
+    EXPECT_NE(handle, nullptr) << std::string(text.begin(), text.end());
     return handle;
 }
 
 double Calculate(void* client, void* handle, intptr_t threadNumber) {
     DTCalcResult result{};
-    int32_t code = iCalcCalculate(client, handle, &result, reinterpret_cast<void*>(threadNumber));
-    double value = NAN;
-    if (code == ORDODLL_RESULT_OK && result.iResultBufferLength == 8)
-        std::memcpy(&value, result.xResultBuffer, 8);
-    iCalcFreeMemory(result.xResultBuffer);
-    return value;
+    return TakeNumber(
+        iCalcCalculate(client, handle, &result, reinterpret_cast<void*>(threadNumber)), result);
 }
 
 TEST(Concurrency, SharedHandlesWhilePreparingAndFreeing) {
@@ -127,8 +119,8 @@ TEST(Concurrency, PrecalculationHoldsUpNoOtherPreparation) {
 
 bool Refused(void* client, void* handle) {
     DTCalcResult result{};
-    int32_t code = iCalcCalculate(client, handle, &result, nullptr);
-    iCalcFreeMemory(result.xResultBuffer);
+    const int32_t code = iCalcCalculate(client, handle, &result, nullptr);
+    TakeNumber(code, result);
     return code == ORDODLL_RESULT_ILLEGAL_PARAMETER_ERROR;
 }
 

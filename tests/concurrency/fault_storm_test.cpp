@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstring>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -49,13 +48,6 @@ __attribute__((no_sanitize("undefined"))) int32_t StormySymbol(const char16_t*,
     return AnswerNumber(result, 1);
 }
 
-void* Prepare(void* client, const char16_t* text) {
-    DTCalcFormulaPreparationResult preparation{};
-    void* handle = nullptr;
-    EXPECT_EQ(iCalcPrepareFormula(client, text, &preparation, &handle, nullptr), ORDODLL_RESULT_OK);
-    return handle;
-}
-
 // Each thread calculates `rounds` times, faulting in two calls out of three;
 // answers the number of wrong outcomes.
 int Storm(void* client, void* handle, int rounds) {
@@ -64,35 +56,25 @@ int Storm(void* client, void* handle, int rounds) {
         const Symbol symbol = static_cast<Symbol>(i % 3);
         DTCalcResult result{};
         const int32_t code = iCalcCalculate(client, handle, &result, const_cast<Symbol*>(&symbol));
-        if (symbol == Symbol::Value) {
-            double value = 0;
-            if (code == ORDODLL_RESULT_OK && result.iType == ORDODLL_FUNCTION_RESULT_TYPE_NUMBER)
-                std::memcpy(&value, result.xResultBuffer, sizeof value);
-            if (value != 502500) ++wrong;
-        } else if (code != ORDODLL_RESULT_UNHANDLED_EXCEPTION) {
+        const double value = TakeNumber(code, result);
+        if (symbol == Symbol::Value ? value != 502500 : code != ORDODLL_RESULT_UNHANDLED_EXCEPTION)
             ++wrong;
-        }
-        iCalcFreeMemory(result.xResultBuffer);
     }
     return wrong;
 }
 
 TEST(FaultStorm, ManyThreadsFaultAndMemoryStaysFlat) {
-    void* client = nullptr;
-    DTCalcInit init{};
-    init.iVersion = ORDODLL_VERSION;
-    init.xGetSymbolValueFunc = StormySymbol;
-    init.xWriteLogEntryFunc = CountReports;
-    init.xxClientHandle = &client;
-    init.iFlags = ORDODLL_FLAG_FORCE_FLOAT_RESULT;
-    ASSERT_EQ(iCalcInitialize(&init), ORDODLL_RESULT_OK);
+    void* client =
+        NewTestClient(StormySymbol, ORDODLL_FLAG_FORCE_FLOAT_RESULT, nullptr, CountReports);
+    ASSERT_NE(client, nullptr);
     // A fault leaves a list of a thousand numbers in the library's frames.
-    void* handle = Prepare(client, u"Sum([1..1000] + x + x)");
+    void* handle = PrepareHandle(client, u"Sum([1..1000] + x + x)");
+    ASSERT_NE(handle, nullptr);
     std::atomic<int> wrong{0};
     const auto storm = [&](int rounds) {
         std::atomic<bool> stop{false};
         std::thread preparer([&] {
-            while (!stop) iCalcFreeFormula(client, Prepare(client, u"[3 4] * 2 + 1"));
+            while (!stop) iCalcFreeFormula(client, PrepareHandle(client, u"[3 4] * 2 + 1"));
         });
         std::vector<std::thread> threads;
         for (int t = 0; t < 8; ++t)

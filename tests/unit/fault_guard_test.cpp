@@ -9,6 +9,7 @@
 #include "context/CalcFormula.h"
 #include "context/HostCall.h"
 #include "interface/ordo.h"
+#include "tests/TestClient.h"
 #include "values/Text.h"
 
 using namespace CalcEngine;
@@ -29,12 +30,7 @@ __attribute__((noinline, no_sanitize("undefined"))) void ReadThroughNull() {
 }
 
 int32_t CalculateWithProbe(void (*probe)()) {
-    void* client = nullptr;
-    DTCalcInit init{};
-    init.iVersion = ORDODLL_VERSION;
-    init.xWriteLogEntryFunc = KeepReports;
-    init.xxClientHandle = &client;
-    iCalcInitialize(&init);
+    void* client = NewTestClient(nullptr, ORDODLL_FLAG_DEFAULT, nullptr, KeepReports);
     calculationProbe = probe;
     DTCalcResult result{};
     const int32_t code = iCalcCalculateFormula(client, u"[1 2] + 1", &result, nullptr);
