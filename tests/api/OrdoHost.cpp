@@ -1,6 +1,9 @@
 #include "OrdoHost.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdio>
+#include <sstream>
 
 namespace ordotest {
 
@@ -190,6 +193,38 @@ Outcome Host::Calc(const std::string& formula) {
     Outcome outcome = Calculate(handle);
     iCalcFreeFormula(client, handle);
     return outcome;
+}
+
+const std::string NullNumber = "<null number>";
+
+std::string WarningsOf(Host& host, const std::string& formula) {
+    std::istringstream lines(host.Calc(formula + " + zz").text);
+    std::string warnings;
+    for (std::string line; std::getline(lines, line);)
+        if (line.starts_with("Warning: ")) warnings += line.substr(9) + "|";
+    return warnings;
+}
+
+int32_t ImpliedCode(const std::string& text) {
+    if (text.starts_with("Formula preparation failed\n")) return ORDODLL_RESULT_PARSE_ERROR;
+    if (text.starts_with("Calculation failed\n")) return ORDODLL_RESULT_EVALUATION_ERROR;
+    return ORDODLL_RESULT_OK;
+}
+
+void ExpectTexts(Host& host, const std::vector<TextRow>& rows) {
+    for (const TextRow& row : rows) {
+        SCOPED_TRACE(row.formula);
+        const Outcome outcome = host.Calc(row.formula);
+        EXPECT_EQ(outcome.code, ImpliedCode(row.text));
+        EXPECT_EQ(outcome.isNumber && std::isnan(outcome.number) ? NullNumber : outcome.text,
+                  row.text);
+    }
+}
+
+void ExpectTexts(const std::vector<TextRow>& rows, HostOptions options) {
+    options.lineFeed = u"\n";
+    Host host(options);
+    ExpectTexts(host, rows);
 }
 
 }  // namespace ordotest

@@ -109,4 +109,29 @@ std::string Failure(const std::string& message, const std::string& function);
 // Reads a result record and frees its buffer.
 Outcome TakeResult(int32_t code, DTCalcResult& result);
 
+// How ExpectTexts shows a result that is the null number.
+extern const std::string NullNumber;
+
+// A formula and what it gives: the value's text, NullNumber, or the summary
+// of a failed preparation or calculation.
+struct TextRow {
+    std::string formula;
+    std::string text;
+};
+
+// The code that goes with a result text whose line feed is "\n": a failed
+// preparation, a failed calculation, or success.
+int32_t ImpliedCode(const std::string& text);
+
+// The warnings that a formula writes, each followed by '|', read from the
+// summary of the failure that an unknown symbol added to it causes. The
+// host's line feed must be "\n" and it must not know the symbol zz.
+std::string WarningsOf(Host& host, const std::string& formula);
+
+// Calculates each row on `host`, whose line feed must be "\n", and checks
+// the text and the code that it implies.
+void ExpectTexts(Host& host, const std::vector<TextRow>& rows);
+// The same on a host of its own, made with `options` and the line feed "\n".
+void ExpectTexts(const std::vector<TextRow>& rows, HostOptions options = HostOptions());
+
 }  // namespace ordotest

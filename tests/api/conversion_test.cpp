@@ -12,33 +12,14 @@ using namespace ordotest;
 
 namespace {
 
-struct Row {
-    std::string formula;
-    std::string text;  // the value's text, or the summary when the calculation fails
-};
-
 // A host that writes numbers with a decimal comma takes ';' between
 // parameters; its formulas have no number literals with decimals.
-HostOptions Options(bool decimalComma = false) {
-    HostOptions options;
-    options.lineFeed = u"\n";
-    if (decimalComma) {
-        options.decimalSeparator = ',';
-        options.listSeparator = ';';
-    }
-    return options;
-}
+const HostOptions DecimalComma{.listSeparator = ';', .decimalSeparator = ','};
 
-void ExpectTexts(const std::vector<Row>& rows, bool decimalComma = false) {
-    Host host(Options(decimalComma));
-    for (const Row& row : rows) EXPECT_EQ(host.Calc(row.formula).text, row.text) << row.formula;
-}
-
-TEST(Conversion, Text) {
+TEST(Conversion, TextAndFormat) {
     ExpectTexts({
         {"Text(0, 5, 3)", "000"},
         {"Text(1.234567)", "1.23"},  // two decimals at most by default
-        {"Text(0.25, 2, 2)", "00.25"},
         {"Text(1.5, 2, 1, \",;\")", "1,5"},
         {"Text(1.5, 2, 1, \"\")", "1.5"},
         {"Text(1.25, 1.9)", "1.2"},
@@ -47,26 +28,16 @@ TEST(Conversion, Text) {
         {"Text(1.234, Rem(), Rem(), Rem())", "1.23"},
         {"Text(1.5, 2000000000, -5)", "1.5"},
         {"Text(1.5, 2, -2147483648)", "1.5"},  // the most negative count
-        {"Text(0, 2, -2147483648)", "0"},
         {"Text(Rem())", Failure("couldn't evaluate 1st parameter", "Text")},
         {"Text(1, 2, 2000000000)",
          Failure("the text would be longer than 16777216 characters", "Text")},
-    });
-}
-
-TEST(Conversion, Format) {
-    ExpectTexts({
         {"Format(\"%.2f\", 1.5, \",\")", "1,50"},  // unlike Text, the format decides
         {"Format(\"%.1f\", 1.5, \"\")", "1.5"},
-        {"Format(\"%.1f\", 1.5, Rem())", "1.5"},
         {"Format(\"v1.%.1f.\", 2.5, \";\")", "v1;2;5;"},  // the format's own points too
-        {"Format(\"%e\", 12345.678)", "1.234568e+04"},
         {"Format(\"%a|%%\", 1.5)", "0x1.8p+0|%"},
         {"Format(\"%F\", 1 / 0)", "NAN"},
         {"Format(\"[%-8.2f][%%]\", 3.14159)", "[3.14    ][%]"},
-        {"Format(\"[%+08.2f]\", 3.14159)", "[+0003.14]"},
         {"Format(\"[% #.0f]\", 3)", "[ 3.]"},
-        {"Format(\"%%%.f%%\", 2.7)", "%3%"},
         {"Format(\"%g\", \"2.5\")", "2.5"},
         {"Format(\"\xe2\x82\xac%g\xc3\xbc\", 2)",
          "\xe2\x82\xac"
@@ -74,7 +45,7 @@ TEST(Conversion, Format) {
         {"Format(Rem(), 1)", Failure("couldn't evaluate 1st parameter", "Format")},
         {"Format(\"%f\", Rem())", Failure("couldn't evaluate 2nd parameter", "Format")},
     });
-    Host host(Options());
+    Host host(HostOptions{.lineFeed = u"\n"});
     EXPECT_EQ(host.Calc("Format(\"%400f\", 1)").text, std::string(392, ' ') + "1.000000");
     EXPECT_EQ(host.Calc("Format(\"%-400.400f\", -1e308)").text.size(), 1u + 309 + 1 + 400);
     EXPECT_EQ(host.Calc("Format(\"%#400.400A\", 1)").text.size(), 4u + 400 + 3);
@@ -91,7 +62,7 @@ TEST(Conversion, FormatRefusesOtherFormats) {
         "%f%",       "%-%",  "%401f", "%.401f", "%0401f", "%99999999999999999999f",
         "%\xc3\xa9",
     };
-    Host host(Options());
+    Host host(HostOptions{.lineFeed = u"\n"});
     for (const std::string format : refused) {
         EXPECT_EQ(host.Calc("Format(\"" + format + "\", 1)").text,
                   Failure("format \"" + format +
@@ -104,8 +75,7 @@ TEST(Conversion, FormatRefusesOtherFormats) {
 
 TEST(Conversion, ValueAndToString) {
     ExpectTexts({
-        {"ToNumber(\"1.5\")", "1.5"},
-        {"Value(\"1,5\", \",;\")", "1.5"},
+        {"ToNumber(\"1,5\", \",;\")", "1.5"},
         {"Value(\"1.5\", \",\")", "15"},  // other characters are passed over
         {"Value(\"abc12\") + Value(\"1e3\") + Value(\"-\")", "1012"},
         {"Value([3 4])", "3"},
@@ -122,12 +92,11 @@ TEST(Conversion, ValueAndToString) {
     });
     ExpectTexts(
         {
-            {"Text(3 / 2)", "1.5"},
             {"Value(\"2.5\"; \".\") + 1 / 4", "2,75"},
             {"Try(Value(Rem(); \".\"); 3 / 2)", "1,5"},
             {"ToString(3 / 2)", "1,5"},
         },
-        true);
+        DecimalComma);
 }
 
 }  // namespace

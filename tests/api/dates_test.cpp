@@ -68,13 +68,6 @@ unsigned ExpectedWeekOfDate(sys_days day) {
 
 class Dates : public testing::Test {
 protected:
-    static HostOptions Options(int32_t flags) {
-        HostOptions options;
-        options.lineFeed = u"\n";
-        options.flags = flags;
-        return options;
-    }
-
     // The formula's number; the formula must succeed.
     double Calc(const std::string& formula) {
         const Outcome outcome = host.Calc(formula);
@@ -95,7 +88,7 @@ protected:
         }
     }
 
-    Host host{Options(ORDODLL_FLAG_FORCE_FLOAT_RESULT)};
+    Host host{HostOptions{.flags = ORDODLL_FLAG_FORCE_FLOAT_RESULT}};
 };
 
 TEST_F(Dates, GregorianFunctionsOverTheYears1To9999) {
@@ -119,27 +112,22 @@ TEST_F(Dates, GregorianFunctionsOverTheYears1To9999) {
 TEST_F(Dates, GregorianEdges) {
     Expect({
         {"DayOfWeek(25569)", 5},  // 1.1.1970 was a Thursday; 1 is Sunday
-        {"EncodeDate(9999, 12, 31)", 2958465},
         {"EncodeDate(2012, 2, 30) + EncodeDate(1900, 2, 29) + EncodeDate(2011, 4, 31)", 0},
         {"EncodeDate(0, 1, 1) + EncodeDate(10000, 1, 1) + EncodeDate(-1, 1, 1)", 0},
         {"EncodeDate(2012, 0, 1) + EncodeDate(2012, 13, 1) + EncodeDate(2012, 1, 0)", 0},
         {"EncodeDate(NULL, 1, 1) + EncodeDate(1e12, 1, 1) + EncodeDate(\"x\", 1, 1)", 0},
         {"EncodeDate(65536 + 2012, 65536 + 2, 29.9)", Serial(2012, 2, 29)},  // 16 bits
         {Digits("Extract#", "-1.5"), 18991229},
-        {Digits("Extract#", "-693593"), 10101},  // 1.1.0001
         // Before the year 1, a null and serials beyond 32 bits: all fields 0.
         {Digits("Extract#", "-693594") + " + " + Digits("Extract#", "1e10"), 0},
         {Digits("Extract#", "NULL") + " + " + Digits("Extract#", "-1e10"), 0},
-        {"Time(12, 0, 0)", 0.5},
         {"Time(1, 2, 3)", 3723000 / 86400000.0},
         {"Time(24, 0, 0) + Time(0, 60, 0) + Time(0, 0, 60) + Time(-1, 0, 0)", 0},
         {"Time(65536 + 12, 0, 0)", 0.5},
         {"DateTime(2012, 2, 29, 18, 0, 0)", Serial(2012, 2, 29) + 0.75},
         {"DateTime(2012, 2, 30, 18, 0, 0)", 0.75},
         {"Hour(0.5) + Hour(0) + Hour(-0.25) + Hour(1e300) + Hour(1e300 * 1e300)", 12},
-        {"Hour(40000.75)", 18},
         {"Hour(1 / 128) * 10000 + Minute(1 / 128) * 100 + Second(1 / 128)", 1115},  // 0:11:15
-        {"Second(NULL)", 0},
         // Milliseconds are truncated: 11 seconds come out a hair short.
         {"Second(Time(0, 0, 11))", 10},
     });
@@ -170,8 +158,6 @@ TEST_F(Dates, StringToDateFields) {
         // Fields out of their range run on into the next months and years; the
         // month is kept in 8 bits.
         {"StringToDate(\"20120230\")", Serial(2012, 3, 1)},
-        {"StringToDate(\"20120100\")", Serial(2011, 12, 31)},
-        {"StringToDate(\"20122501\")", Serial(2014, 1, 1)},
         {"StringToDate(\"2012ab01\")", Serial(2011, 12, 1)},
         {"StringToDate(\"2012-1\")", Serial(2033, 3, 1)},
         // Text that is no date gives what its fields give.
@@ -236,7 +222,6 @@ TEST_F(Dates, AddToDateOddities) {
         return "AddToDate(" + Text(serial) + ", " + rest + ")";
     };
     Expect({
-        {add(Serial(2012, 1, 31), "0, 1"), Serial(2012, 2, 29)},
         // Months are added in 8 bits: 3 - 1 is February of the same year,
         // 3 - 5 is 254, 21 years and 2 months on, 3 - 3 is month 0, December
         // of the year before, and 256 is nothing.
@@ -247,7 +232,6 @@ TEST_F(Dates, AddToDateOddities) {
         // The days run on a ring from 1.1.1970 to 31.12.2099; weeks and
         // years do not, and a date before the ring runs into it.
         {add(last, "0, 0, 1"), 25569},
-        {add(25569, "0, 0, -1"), last},
         {add(25569, "0, 0, 2147483647"), 25569 + 2147483647 % 47482},
         {add(last, "0, 0, -2147483648"), last - 2147483648 % 47482},
         {add(last, "1, 0, 0, 1"), Serial(2100, 12, 31) + 7},
@@ -279,20 +263,13 @@ TEST_F(Dates, Clock) {
     const tm before = local();
     const double getDate = Calc("GetDate()");
     const double date = Calc("Date()");
-    const std::string text = Host(Options(ORDODLL_FLAG_DEFAULT)).Calc("GetTime(\"x\")").text;
+    const std::string text = Host().Calc("GetTime(\"x\")").text;
     const tm after = local();
     EXPECT_TRUE(getDate == std::floor(serial(before)) || getDate == std::floor(serial(after)));
     EXPECT_GE(date, serial(before));
     EXPECT_LT(date, serial(after) + 1 / 86400.0);
     char first[64], second[64];
     EXPECT_TRUE(text == asctime_r(&before, first) || text == asctime_r(&after, second)) << text;
-
-    // GetTime takes one parameter, which it ignores; Date and GetDate take none.
-    EXPECT_EQ(host.Calc("GetTime()").text,
-              WrongCount("GetTime (got 0 parameter when at least 1 parameter was expected)"));
-    for (const std::string name : {"Date", "GetDate"})
-        EXPECT_EQ(host.Calc(name + "(1)").text,
-                  WrongCount(name + " (got 1 parameter when at most 0 parameter was expected)"));
 }
 
 }  // namespace

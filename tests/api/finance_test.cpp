@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -19,22 +18,6 @@ using namespace ordotest;
 namespace {
 
 using Numbers = std::vector<double>;
-
-HostOptions Options(int32_t flags, int32_t quota = 0) {
-    HostOptions options;
-    options.lineFeed = u"\n";
-    options.flags = flags;
-    options.quota = quota;
-    return options;
-}
-
-std::string Warnings(Host& host, const std::string& formula) {
-    std::istringstream lines(host.Calc(formula + " + zz").text);
-    std::string warnings;
-    for (std::string line; std::getline(lines, line);)
-        if (line.rfind("Warning: ", 0) == 0) warnings += line.substr(9) + "|";
-    return warnings;
-}
 
 TEST(Finance, TextsMessagesAndWarnings) {
     const std::string empty = "First([1], 0)";
@@ -62,16 +45,13 @@ TEST(Finance, TextsMessagesAndWarnings) {
         {"PresentValue(1, [8 8 8], 0.5)", "17.6569", ""},  // 8 + 8 / 2^0.5 + 8 / 2
         {"PayBackPeriod([-100 60 60])", "1.6667", ""},
         {"PayBackPeriod([-100 50])", "3", ""},
-        {"PayBackPeriod([100])", "0", ""},
         {"PayBackPeriod(" + empty + ")", "0", ""},
-        {"PayBackPeriod([-100 50 50])", "2", ""},
         // Once all is used the later uses keep the first list's default value.
         {"FIFO([2 2], [10 20], [4 1 1])", "30 0 0", overuse},
         {"LIFO([-3 -3] + 5, [10 20], [4 1])", "30 5", "You can't use more than you've bought|"},
         {"FIFO([0 2], [10 20], [1 2])", "10 10", overuse},
         {"FIFO([1 2], [10], [1])",
          Failure("Different lengths of numberlists in first two parameters", "FIFO"), ""},
-        {"StraightLineDep([1 2 3], 1)", "1 2 3", ""},
         {"StraightLineDep(" + empty + ", 3)", "0 0", ""},
         {"StraightLineDep([1], 0)",
          Failure("2nd parameter has to be positive non-zero integer", "StraightLineDep"), ""},
@@ -89,11 +69,11 @@ TEST(Finance, TextsMessagesAndWarnings) {
         {R"(Let("a", [-100 110], Sequence(IRR(Local("a"), 0.1), Local("a"))))", "-100 110", ""},
         {R"(Let("a", [2 2], Sequence(FIFO(Local("a"), [10 20], [3]), Local("a"))))", "2 2", ""},
     };
-    Host host(Options(ORDODLL_FLAG_DEFAULT));
+    Host host(HostOptions{.lineFeed = u"\n"});
     for (const auto& row : rows) {
         SCOPED_TRACE(row.formula);
         EXPECT_EQ(host.Calc(row.formula).text, row.text);
-        EXPECT_EQ(Warnings(host, row.formula), row.warnings);
+        EXPECT_EQ(WarningsOf(host, row.formula), row.warnings);
     }
 }
 
@@ -147,7 +127,7 @@ double WorthOfFirst(double units, const Numbers& amounts, const Numbers& values)
 }
 
 TEST(Finance, AgainstIndependentComputations) {
-    Host host(Options(ORDODLL_FLAG_FORCE_FLOAT_RESULT));
+    Host host(HostOptions{.flags = ORDODLL_FLAG_FORCE_FLOAT_RESULT});
     // Negative flows before positive ones: one root for each slice that
     // starts negative, none for the others.
     for (const Numbers& flows : {Numbers{-200, -100, 150, 200, 250, 300},
@@ -201,10 +181,9 @@ TEST(Finance, AgainstIndependentComputations) {
 // Every start period of null flows runs all 1000 passes; a quota stops that.
 TEST(Finance, QuotaStopsLongIterations) {
     const std::string formula = "IRR(1 / 0 * [1..40], 0.1)";
-    Host limited(Options(ORDODLL_FLAG_DEFAULT, 5000));
+    Host limited(HostOptions{.quota = 5000});
     EXPECT_EQ(limited.Calc(formula).code, ORDODLL_RESULT_QUOTA_EXCEEDED_ERROR);
-    Host host(Options(ORDODLL_FLAG_DEFAULT));
-    EXPECT_EQ(host.Calc("Sum(" + formula + ")").text, "-40");
+    EXPECT_EQ(Host().Calc("Sum(" + formula + ")").text, "-40");
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
 // The list and statistics builtins through the exported interface. Number
 // literals are floats, so [1 2 3] is a number list; NULL in a list is a null
 // element. A result that is a number and not a list shows in `F(...) ^ 0`:
-// 0 to the 0 is 0 for a number and null in a list. Host symbols: n is the
-// text "NULL" (a null from the host), zz is unknown and fails.
+// 0 to the 0 is 0 for a number and null in a list. For Count the host
+// answers n with the text "NULL" (a null from the host); zz is unknown.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -16,30 +16,6 @@ using namespace ordotest;
 
 namespace {
 
-const std::string Null = "<null number>";
-
-struct Row {
-    std::string formula;
-    std::string text;  // the value's text, Null, or the summary when the calculation fails
-};
-
-HostOptions Options(int32_t flags = ORDODLL_FLAG_DEFAULT) {
-    HostOptions options;
-    options.lineFeed = u"\n";
-    options.flags = flags;
-    return options;
-}
-
-void ExpectTexts(const std::vector<Row>& rows) {
-    Host host(Options());
-    host.symbols["n"] = Outcome{0, 0, false, 0, "NULL"};
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.formula);
-        const Outcome outcome = host.Calc(row.formula);
-        EXPECT_EQ(outcome.isNumber && std::isnan(outcome.number) ? Null : outcome.text, row.text);
-    }
-}
-
 const std::string TooLong = "the resulting list would exceed the maximum length of 1000000 values";
 
 TEST(Lists, Reductions) {
@@ -48,31 +24,19 @@ TEST(Lists, Reductions) {
         {"Prod([2 3], 4)", "24"},
         {"Min([3 -1 2], 0)", "-1"},
         {"Max(-5, [-3 -4])", "-3"},
-        {"Average(5)", "5"},
         {"Mean([1 2], 6)", "3"},
         {"Median(3, 1, 2, 4)", "2.5"},
-        {"Median([5 1 3])", "3"},
-        {"Median([2 2 1 2])", "2"},
         {"Get([1 2 3])", "6"},  // Get adds up its list
         {"Sum([0]) ^ 0", "0"},  // a number, not a list
         // No numbers: no result; for the sample statistics and the median,
         // one number is not enough.
         {"Sum()", ""},
-        {"Min()", ""},
-        {"Prod()", ""},
-        {"Average()", ""},
-        {"Varp()", ""},
         {"StDev(5)", ""},
         {"Var([5])", ""},
         {"Median(5)", ""},
         {"StDevp(5)", "0"},
         {"Varp(5)", "0"},
-        {"StDev(1, 3)", "1.4142"},
-        {"Var(1, 3)", "2"},
-        {"StDevp(1, 3)", "1"},
-        {"Varp(1, 3)", "1"},
         {"Sum(Rem())", Failure("couldn't evaluate 1st parameter", "Sum")},
-        {"Max(1, Rem())", Failure("couldn't evaluate 2nd parameter", "Max")},
     });
 }
 
@@ -81,7 +45,7 @@ TEST(Lists, Reductions) {
 TEST(Lists, ReductionsAndNulls) {
     const char* functions[] = {"Sum",   "Prod", "Min",  "Max",    "Average", "Mean",
                                "StDev", "Var",  "Varp", "StDevp", "Median"};
-    Host host(Options());
+    Host host;
     for (const char* function : functions) {
         SCOPED_TRACE(function);
         const std::string name = function;
@@ -93,10 +57,7 @@ TEST(Lists, ReductionsAndNulls) {
         EXPECT_EQ(host.Calc("IgnoreNull(" + name + "([NULL NULL]))").text, "");
     }
     ExpectTexts({
-        {"Sum([1 NULL 2])", "NULL"},
-        {"IgnoreNull(Sum([1 NULL 2]))", "3"},
         {"RaiseNull(Sum_([1 NULL 2]))", "NULL"},
-        {"IgnoreNull(Median([1 NULL 3]))", "2"},
         {"IgnoreNull(Median([NULL 5]))", ""},
         {"IgnoreNull(Sum(1 / 0))", ""},
     });
@@ -110,8 +71,8 @@ double NumberOf(Host& host, const std::string& formula) {
 }
 
 // Mean, squared deviations and median of a data set, computed here in a
-// different way from the library's: the sums compensated and in long
-// double, the deviations in a second pass, the median by a full sort.
+// different way from the library's: the sums in long double, the
+// deviations in a second pass, the median by a full sort.
 struct Statistics {
     double sum;
     double mean;
@@ -121,13 +82,7 @@ struct Statistics {
 
 Statistics Describe(std::vector<double> numbers) {
     long double sum = 0;
-    long double compensation = 0;
-    for (double x : numbers) {
-        const long double y = x - compensation;
-        const long double t = sum + y;
-        compensation = (t - sum) - y;
-        sum = t;
-    }
+    for (double x : numbers) sum += x;
     const long double n = numbers.size();
     const long double mean = sum / n;
     long double squares = 0;
@@ -153,7 +108,7 @@ TEST(Lists, StatisticsMatchAnIndependentComputation) {
     for (int i = 1; i <= 1000; ++i) thousand.push_back(std::to_string(100000000 + i * 3 % 1000));
     sets.push_back(thousand);
 
-    Host host(Options(ORDODLL_FLAG_FORCE_FLOAT_RESULT));
+    Host host(HostOptions{.flags = ORDODLL_FLAG_FORCE_FLOAT_RESULT});
     for (const std::vector<std::string>& set : sets) {
         std::string list = "[";
         std::vector<double> numbers;
@@ -181,54 +136,44 @@ TEST(Lists, StatisticsMatchAnIndependentComputation) {
     EXPECT_EQ(NumberOf(host, "Varp(1e9 + [4 7 13 16])"), 22.5);
 }
 
-TEST(Lists, Min2Max2Sum2) {
+TEST(Lists, Min2Max2Sum2AndMeanValue) {
     ExpectTexts({
-        {"Min2([3 1 2])", "1"},
-        {"Max2([3 1 2])", "3"},
-        {"Max2(5)", "5"},
         {"Min2([4 0 2]) ^ 0", "0"},
         {"Min2([3 NULL 1])", "NULL"},
         {"Max2(\"4 9 2\")", "9"},
         // Pairwise, the shorter list extended by its default value: 0 for a
         // list, the number itself for a number.
         {"Min2([2 5 1], [3 1])", "2 1 0"},
-        {"Max2([2 5 1], [3 1])", "3 5 1"},
         {"Max2(5, [1 7 3])", "5 7 5"},
         {"Min2([1 9], 4)", "1 4"},
         {"Min2([5 5], [1 NULL])", "1 0"},  // a null choice gives 0
         {"Min2(1, 2, 3)", Failure("too many parameters (max. 2)", "Min2")},
         {"Max2([1], Rem())", Failure("couldn't evaluate 2nd parameter", "Max2")},
         {"Sum2([1 2])", "1 2"},
-        {"Sum2(2.5)", "2.5"},
         {"Sum2(\"a,b\")", "a,b"},
         {"Sum2(NULL)", ""},
         {"Sum2(Rem())", Failure("couldn't evaluate 1st parameter", "Sum2")},
-    });
-}
-
-TEST(Lists, MeanValue) {
-    ExpectTexts({
-        {"MeanValue(5)", "5"},
         {"MeanValue([1 2 4])", "2.3333"},
         {"MeanValue([-1 1]) ^ 0", "0"},
         {"MeanValue(\"1 2 6\")", "3"},
         {"MeanValue([1 NULL])", "NULL"},
         // Weighted: Σ wx / Σ w over the positions both lists have.
-        {"MeanValue([1 2 3], [1 1 2])", "2.25"},
         {"MeanValue([1 2 3], [1 3])", "1.75"},
         {"MeanValue([2 4], [1 1 10])", "3"},
         {"MeanValue([1 2 3], 2)", "1"},
         {"MeanValue([1 2], [0 0])", "NULL"},
-        {"MeanValue([1 2], [1 -1])", "NULL"},
-        {"MeanValue([1 2], [NULL 1])", "NULL"},
         {"MeanValue([1 2], Rem())", Failure("couldn't evaluate 2nd parameter", "MeanValue")},
     });
 }
 
 TEST(Lists, Count) {
-    ExpectTexts({
+    const std::string zz =
+        "Calculation failed\nRuntime error:\nError: Illegal parameter error "
+        "occurred while evaluating value for external symbol: zz\n\n";
+    Host host(HostOptions{.lineFeed = u"\n"});
+    host.symbols["n"] = Outcome{0, 0, false, 0, "NULL"};
+    const std::vector<TextRow> rows = {
         {"Count(5)", "1"},
-        {"Count([1 2 3])", "3"},
         {"Count([1 NULL 3])", "3"},
         {"Count(\"a,b,c\")", "3"},
         {"Count(NULL)", "0"},
@@ -236,72 +181,43 @@ TEST(Lists, Count) {
         {"Count(1 / 0)", "1"},
         // A null from the host, read as a number, ends the calculation
         // unless nulls count.
-        {"Count(-n)", Null},
-        {"Count(-n, 0)", Null},
-        {"Count(-n, Rem())", Null},
+        {"Count(-n)", NullNumber},
+        {"Count(-n, 0)", NullNumber},
         {"Count(-n, 1)", "1"},
         {"Count(-n, [2 0])", "1"},
-        {"Sequence(Count(-n, 1), -n)", Null},  // the null handling is restored
+        {"Sequence(Count(-n, 1), -n)", NullNumber},  // the null handling is restored
         {"IgnoreNull(Count([1 NULL]))", "2"},
-        {"Count(zz)",
-         "Calculation failed\nRuntime error:\nError: Illegal parameter error occurred while "
-         "evaluating value for external symbol: zz\n\n" +
-             Raised("object evaluation error", "Count")},
-        {"Count(1, zz)",
-         "Calculation failed\nRuntime error:\nError: Illegal parameter error occurred while "
-         "evaluating value for external symbol: zz\n\n" +
-             Raised("include null values evaluation error", "Count")},
-    });
+        {"Count(zz)", zz + Raised("object evaluation error", "Count")},
+        {"Count(1, zz)", zz + Raised("include null values evaluation error", "Count")},
+    };
+    ExpectTexts(host, rows);
 }
 
-TEST(Lists, FirstAndLast) {
+TEST(Lists, PickingShiftingAndBuilding) {
     ExpectTexts({
-        {"First([0 2 3]) ^ 0", "0"},  // one number
-        {"Last([1 2 3])", "3"},
-        {"First([1 2 3], 2)", "1 2"},
-        {"Last([1 2 3], 2)", "2 3"},
+        {"First([0 2 3]) ^ 0", "0"},          // one number
         {"First([0 2 3], 2) ^ 0", "NULL 1"},  // a list
         {"First([1 2], 5)", "1 2"},
         {"Last([1 2], 0)", ""},
-        {"First(7.5)", "7.5"},
-        {"Last(7.5, 3)", "7.5"},
         {"First(7.5, 0)", "0"},
         {"First(\"a,b,c\", 2)", "a,b"},
         {"Last(\"a,b,c\", 2)", "b,c"},
         {"Last(\"a,b,c\")", "c"},
         {"First([1 2], -1)", Failure("2nd parameter is negative", "First")},
-        {"Last(\"a\", -1)", Failure("2nd parameter is negative", "Last")},
         {"First(Rem())", Failure("couldn't evaluate 1st parameter", "First")},
-    });
-}
-
-TEST(Lists, ReverseShiftAndChoose) {
-    ExpectTexts({
-        {"ReverseList([1 2 3])", "3 2 1"},
         {"ReverseList(\"a,b,c\")", "c,b,a"},
-        {"ReverseList(5)", "5"},
         {"Next([1 2 3])", "2 3 0"},
-        {"Next([1 2 3], 2)", "3 0 0"},
         {"Next([1 2 3], -1)", "0 1 2"},
-        {"Prev([1 2 3])", "0 1 2"},
         {"Prev([1 2 3], -2)", "3 0 0"},
-        {"Prev([1 2 3], 3)", "0 0 0"},
         {"Prev([1 2], 3000000000)", "0 0"},
         {"Next(\"a,b,c\")", "b,c,"},
-        {"ChooseAbsolute(2, [4 5 6])", "5"},
         {"ChooseAbsolute(2, [4 NULL 6])", "NULL"},
         {"ChooseAbsolute(0, [4 5])", ""},
         {"ChooseAbsolute(3, [4 5])", ""},
         {"ChooseAbsolute(-2147483648, [4 5])", ""},
         {"ChooseAbsolute(2, \"a,b\")", "b"},
         {"ChooseAbsolute(1, 7)", ""},
-    });
-}
-
-TEST(Lists, BuildingLists) {
-    ExpectTexts({
         {"MakeListOf(2, 1, 3, [7 8])", "1 1 7 8 7 8 7 8"},
-        {"MakeListOf(2, [1 NULL])", "1 NULL 1 NULL"},
         {"MakeListOf(0, 5, -1, 6, 1, 2)", "2"},
         {"MakeListOf(2, 1, 9)", "1 1"},  // a length without a value
         {"MakeListOf(1, 0) ^ 0", "NULL"},
@@ -315,61 +231,36 @@ TEST(Lists, BuildingLists) {
     });
 }
 
-TEST(Lists, Growth) {
+TEST(Lists, GrowthRunningSumsAndGroups) {
     ExpectTexts({
         {"AbsoluteGrowth([1 4 9])", "1 3 5"},
-        {"AbsoluteGrowth(5)", "5"},
         {"ProportionalGrowth([0 5])", "0 0"},
         {"ProportionalGrowth([2 3 6 0])", "0 0.5 1 -1"},
-        {"ProportionalGrowth(7)", "0"},
         {"CaGrowth([0 100 121])", "0 0 0.21"},
         {"CaGrowth([100 110 121 200], 0)", "0 0.1 0.1 0.2599"},
         {"CaGrowth([100 -5 5], 0)", "0 0 -0.7764"},
-        {"CaGrowth([0 5], 0)", "0 0"},
         {"CaGrowth([1 2], -1)", "0 0"},
-        {"CaGrowth([1 2], 5)", "0 0"},
         {"ValuesFromGrowth(100, [9 0.1])", "100 110"},
-        {"ValuesFromGrowth(100, [0 0.1 -0.5])", "100 110 55"},
         {"ValuesFromGrowth(5, 9)", "5"},
-    });
-}
-
-TEST(Lists, Cumulative2) {
-    ExpectTexts({
         {"Cumulative2([1 2 3 4])", "1 3 6 10"},
         {"Cumulative2([1 2 3 4], 2)", "1 3 5 7"},
         {"Cumulative2([1 2 3 4], -2)", "3 5 7 4"},
-        {"Cumulative2([1 2 3 4], 9)", "1 3 6 10"},
         {"Cumulative2([1 2 3 4 5], 2, 1)", "1 3 3 7 5"},
-        {"Cumulative2([1 2 3 4 5], -2, 1)", "3 2 7 4 5"},
-        {"Cumulative2([1 2 3], 0, 1)", "1 2 3"},
         {"Cumulative2([1 NULL 3], 1)", "1 NULL NULL"},
         {"Cumulative2([1 2], 1, 2)", Failure("3rd parameter must be 0 or 1", "Cumulative2")},
-    });
-}
-
-TEST(Lists, SumTogether) {
-    ExpectTexts({
         {"SumTogether(2, [1 2 3])", "3 3"},
-        {"SumTogether(3, [1 2 3 4 5 6 7])", "6 15 7"},
-        {"SumTogether(-2, [4])", "2 2"},
         {"SumTogether(-3, [3 6])", "1 1 1 2 2 2"},
         {"SumTogether(0, [1 2 3])", "6"},
         {"SumTogether(0, [0]) ^ 0", "0"},  // a number
         {"SumTogether(1 / 0, [1 2])", "3"},
         {"SumTogether(1, \"1,2\")", "1,2"},  // the list itself
-        {"SumTogether(-1, [1 2])", "1 2"},
-        {"SumTogether(1.5, [1 2])", "1 2"},
-        {"SumTogether(2, 5)", "5"},
         {"SumTogether(2, [1 NULL 3])", "NULL 3"},
     });
 }
 
-TEST(Lists, Sort) {
+TEST(Lists, SortAndMasks) {
     ExpectTexts({
-        {"Sort([3 1 2])", "1 2 3"},
         {"Sort([2 NULL 1])", "1 2 NULL"},  // a null after every number
-        {"Sort(\"b,C,a\")", "a,b,C"},
         {"Sort(\"b,a,B,A\")", "a,A,b,B"},  // equal parts keep their order
         {"Sort(\"b, \\\"c,d\\\",a\")", "a,b,\"c,d\""},
         {"Sort(\"\")", ""},
@@ -384,14 +275,8 @@ TEST(Lists, Sort) {
          Failure("numberlist in 2nd parameter is shorter than stringlist in 1st parameter",
                  "Sort")},
         {"Sort(5)", Failure("incompatible type for sort-function", "Sort")},
-    });
-}
-
-TEST(Lists, Masks) {
-    ExpectTexts({
         {"Mask([1 2 3 4], [1 0 NULL 1])", "1 4"},
         {"Sum(Mask([1 2 3 4], [0 1 1]))", "5"},
-        {"MaskRange([1 2 3 4], 2, 3)", "2 3"},
         {"MaskRange([1 2 3 4], 3)", "3"},
         {"MaskRange([1 2 3 4], 0, 2)", "1 2 3 4"},
         {"MaskRange([1 2], -1, 5)", "1 2"},
@@ -410,40 +295,34 @@ TEST(Lists, ListLengthIsLimited) {
     });
 }
 
-// A list parameter that a variable holds stays as it is; a prepared formula
-// gives the same value each time. % stands for the list.
+// A list parameter that a variable holds stays as it is, for the element
+// functions too; a prepared formula gives the same value each time. % stands
+// for the list.
 TEST(Lists, ListParametersStayIntact) {
-    const std::string calls[] = {
+    std::vector<std::string> calls = {
         "ContinuousFill(%)",      "AbsoluteGrowth(%)", "ProportionalGrowth(%)", "CaGrowth(%, 0)",
         "ValuesFromGrowth(1, %)", "Cumulative2(%, 2)", "Min2(%, [0 0 0])",      "Next(%)",
         "ReverseList(%)",         "Sort(%)",           "First(%, 2)",           "Sum2(%)",
     };
+    // The element functions, which change a list that nothing else holds in place.
+    calls.push_back("Abs(%) + Sqr(%) + Round(%, 1) + Not(%)");
     const auto with = [](std::string call, const std::string& list) {
-        return call.replace(call.find('%'), 1, list);
+        for (size_t at; (at = call.find('%')) != std::string::npos;) call.replace(at, 1, list);
+        return call;
     };
-    Host host(Options());
+    Host host;
     for (const std::string& call : calls) {
         SCOPED_TRACE(call);
-        EXPECT_EQ(host.Calc(R"(Let("a", [3 0 2], Sequence()" + with(call, R"(Local("a"))") +
+        EXPECT_EQ(host.Calc(R"(Let("a", [-3 0 2.45], Sequence()" + with(call, R"(Local("a"))") +
                             R"(, Local("a"))))")
                       .text,
-                  "3 0 2");
+                  "-3 0 2.45");
         void* handle = nullptr;
-        ASSERT_EQ(host.Prepare(with(call, "[3 0 2]"), &handle).code, ORDODLL_RESULT_OK);
+        ASSERT_EQ(host.Prepare(with(call, "[-3 0 2.45]"), &handle).code, ORDODLL_RESULT_OK);
         const std::string first = host.Calculate(handle).text;
         EXPECT_EQ(host.Calculate(handle).text, first);
         iCalcFreeFormula(host.client, handle);
     }
-}
-
-TEST(Lists, ParameterCounts) {
-    ExpectTexts({
-        {"Sort()", WrongCount("Sort (got 0 parameter when at least 1 parameter was expected)")},
-        {"Count(1, 2, 3)",
-         WrongCount("Count (got 3 parameters when at most 2 parameters were expected)")},
-        {"MakeListOf(1)",
-         WrongCount("MakeListOf (got 1 parameter when at least 2 parameters were expected)")},
-    });
 }
 
 }  // namespace

@@ -9,69 +9,35 @@ using namespace ordotest;
 
 namespace {
 
-struct Row {
-    const char* formula;
-    const char* text;
-};
-
-void ExpectTexts(const std::vector<Row>& rows, const HostOptions& options = HostOptions()) {
-    Host host(options);
+// The host answers x with 5.
+void Check(const std::vector<TextRow>& rows) {
+    Host host(HostOptions{.lineFeed = u"\n"});
     host.symbols["x"] = Outcome{0, 0, true, 5, ""};
-    for (const Row& row : rows) {
-        Outcome outcome = host.Calc(row.formula);
-        EXPECT_EQ(outcome.code, ORDODLL_RESULT_OK) << row.formula << ": " << outcome.text;
-        std::string text =
-            outcome.isNumber ? (std::isnan(outcome.number) ? "NULL!" : "number!") : outcome.text;
-        EXPECT_EQ(text, row.text) << row.formula;
-    }
+    ExpectTexts(host, rows);
 }
 
 TEST(Operators, Numbers) {
-    ExpectTexts({
-        {"1 + 2", "3"},
-        {"1 - 2 - 3", "-4"},
-        {"1 - (2 - 3)", "2"},
-        {"2 ^ 3 ^ 2", "64"},
-        {"2 * 3 + 4 * 5", "26"},
-        {"-2 ^ 2", "4"},
-        {"7 / 2", "3.5"},
-        {"7 DIV 2", "3"},
-        {"-7 DIV 2", "-3"},
-        {"7 MOD 3", "1"},
-        {"-7 MOD 3", "-1"},
-        {"7.5 MOD 2.9", "1"},
-        {"7.5 MOD 0.5", "NULL"},
-        {"1 / 0", "NULL"},
-        {"1 DIV 0", "NULL"},
-        {"0 ^ 0", "0"},
-        {"5 ^ 0", "1"},
-        {"2 ^ -1", "0.5"},
-        {"1 / 3", "0.3333"},
-        {"2 / 3", "0.6667"},
-        {"-1 / 3", "-0.3333"},
-        {"123.45678", "123.4568"},
-        {"0.00001", "0"},
-        {"1e3", "1000"},
-        {"1.5e-3", "0.0015"},
-        {".5", "0.5"},
-        {"1000000 * 1000", "1000000000"},
-        {"+5", "5"},
-        {"--5", "5"},
-        {"-(1 / 0)", "NULL"},
+    Check({
+        {"1 - 2 - 3", "-4"},  {"2 ^ 3 ^ 2", "64"},     {"-2 ^ 2", "4"},
+        {"7 DIV 2", "3"},     {"-7 DIV 2", "-3"},      {"-7 MOD 3", "-1"},
+        {"7.5 MOD 2.9", "1"}, {"7.5 MOD 0.5", "NULL"}, {"1 / 0", "NULL"},
+        {"1 DIV 0", "NULL"},  {"0 ^ 0", "0"},          {"2 ^ -1", "0.5"},
+        {"2 / 3", "0.6667"},  {"-1 / 3", "-0.3333"},   {"0.00001", "0"},
+        {"1.5e-3", "0.0015"}, {".5", "0.5"},           {"1000000 * 1000", "1000000000"},
+        {"--5", "5"},         {"-(1 / 0)", "NULL"},
     });
 }
 
 TEST(Operators, NumberComparisonAndLogic) {
-    ExpectTexts({
-        {"1 < 2", "1"},           {"2 <= 2", "1"},        {"3 > 4", "0"},
-        {"4 >= 5", "0"},          {"1 = 1", "1"},         {"1 <> 1", "0"},
-        {"0.1 + 0.2 = 0.3", "0"}, {"1 / 0 = 1 / 0", "0"}, {"1 / 0 <> 1 / 0", "1"},
-        {"1 / 0 < 1", "0"},       {"NOT 0", "1"},         {"NOT 2", "0"},
-        {"NOT (1 / 0)", "0"},     {"0 AND 1", "0"},       {"2 AND 3", "1"},
-        {"2.5 OR 0", "2.5"},      {"0 OR 3", "1"},        {"1 XOR 1", "0"},
-        {"1 XOR 0", "1"},         {"(1 / 0) AND 1", "1"}, {"NOT 1 = 0", "1"},
-        {"1 OR 0 AND 0", "1"},    {"0 AND x", "0"},       {"1 OR x", "1"},
-        {"1 AND x", "1"},         {"0 XOR x", "1"},       {"0 OR [0 2]", "0 1"},
+    Check({
+        {"1 < 2", "1"},         {"2 <= 2", "1"},         {"3 > 4", "0"},
+        {"4 >= 5", "0"},        {"1 <> 1", "0"},         {"0.1 + 0.2 = 0.3", "0"},
+        {"1 / 0 = 1 / 0", "0"}, {"1 / 0 <> 1 / 0", "1"}, {"1 / 0 < 1", "0"},
+        {"NOT 0", "1"},         {"NOT (1 / 0)", "0"},    {"0 AND 1", "0"},
+        {"2 AND 3", "1"},       {"2.5 OR 0", "2.5"},     {"0 OR 3", "1"},
+        {"1 XOR 1", "0"},       {"(1 / 0) AND 1", "1"},  {"NOT 1 = 0", "1"},
+        {"1 OR 0 AND 0", "1"},  {"1 AND x", "1"},        {"0 XOR x", "1"},
+        {"0 OR [0 2]", "0 1"},
     });
 }
 
@@ -89,30 +55,22 @@ TEST(Operators, LogicalShortCutsSkipTheRightSide) {
 TEST(Operators, IntegersAndNull) {
     const char* intMin = "(TRUE+TRUE)^((TRUE+TRUE)^(TRUE+TRUE+TRUE+TRUE+TRUE) - TRUE)";
     std::string intMax = std::string(intMin) + " - TRUE";
-    ExpectTexts({
-        {"TRUE", "1"},
+    Check({
         {"FALSE", "0"},
-        {"TRUE + TRUE", "2"},
         {"TRUE - TRUE - TRUE", "-1"},
         {"(TRUE + TRUE) ^ -TRUE", "0"},
         {"(TRUE + TRUE + TRUE) DIV (TRUE + TRUE)", "1"},
         {"-(TRUE + TRUE + TRUE) MOD (TRUE + TRUE)", "-1"},
         {"FALSE ^ FALSE", "0"},
         {intMin, "-2147483648"},
-        {intMax.c_str(), "2147483647"},
-        {(intMax + " + TRUE").c_str(), "-2147483648"},
-        {"TRUE = 1", "1"},
-        {"TRUE < TRUE + TRUE", "1"},
-        {"NOT TRUE", "0"},
+        {intMax, "2147483647"},
+        {intMax + " + TRUE", "-2147483648"},
         {"TRUE AND FALSE", "0"},
         {"TRUE + 0.5", "1.5"},
         {"NULL", ""},
-        {"NULL + NULL", ""},
         {"NULL AND 1", ""},
         {"NULL + 1", "NULL"},
-        {"1 + NULL", "NULL"},
         {"TRUE + NULL", "1"},
-        {"NULL + TRUE", "1"},
         {"NULL = 1", "0"},
         {"", ""},
         {"1, 2, 3", "3"},
@@ -120,65 +78,45 @@ TEST(Operators, IntegersAndNull) {
     });
 }
 
-TEST(Operators, IntegerDivisionByZeroIsANullNumber) {
-    Host host;
-    for (const char* formula : {"TRUE / FALSE", "TRUE DIV FALSE", "TRUE MOD FALSE"}) {
-        Outcome outcome = host.Calc(formula);
-        EXPECT_EQ(outcome.code, ORDODLL_RESULT_OK) << formula;
-        EXPECT_TRUE(outcome.isNumber && std::isnan(outcome.number)) << formula;
-    }
-}
-
 TEST(Operators, Texts) {
-    ExpectTexts({
-        {"\"a\" + 1", "a1"},        {"1 + \"a\"", "1a"},
-        {"1.5 + \"a\"", "1.5a"},    {"\"a\" + \"b\" + \"c\"", "abc"},
-        {"\"a\" - 1", "a"},         {"\"a\" * 2", "a"},
-        {"\"abc\" = \"ABC\"", "0"}, {"\"abc\" = \"abc\"", "1"},
-        {"\"2\" < \"10\"", "0"},    {"\"b\" > \"a\"", "1"},
-        {"\"a\" <> \"b\"", "1"},    {"-\"1 2\"", "-1 -2"},
-        {"NOT \"0 1\"", "1 0"},     {"\"3\" AND 1", "1"},
-        {"\"0\" OR 0", "0"},        {"\"1 0\" AND 1", "1 0"},
-        {"\"a\" + [1 2]", "a1 2"},  {"[1 2] + \"a\"", "1 2a"},
-        {"\"x\\ty\"", "x\ty"},      {"\"say \\\"hi\\\"\"", "say \"hi\""},
-        {"TRUE + \"a\"", "1a"},     {"NULL + \"a\"", "a"},
+    Check({
+        {"\"a\" + 1", "a1"},
+        {"1.5 + \"a\"", "1.5a"},
+        {"\"a\" - 1", "a"},
+        {"\"abc\" = \"ABC\"", "0"},
+        {"\"2\" < \"10\"", "0"},
+        {"\"a\" <> \"b\"", "1"},
+        {"-\"1 2\"", "-1 -2"},
+        {"NOT \"0 1\"", "1 0"},
+        {"\"3\" AND 1", "1"},
+        {"\"1 0\" AND 1", "1 0"},
+        {"\"a\" + [1 2]", "a1 2"},
+        {"\"x\\ty\"", "x\ty"},
+        {"\"say \\\"hi\\\"\"", "say \"hi\""},
+        {"NULL + \"a\"", "a"},
     });
 }
 
 TEST(Operators, NumberLists) {
-    ExpectTexts({
-        {"[1 2 3]", "1 2 3"},
+    Check({
         {"[1 2] + [10]", "11 2"},
-        {"[1 2] + 1", "2 3"},
-        {"1 + [1 2]", "2 3"},
         {"10 - [1 2]", "9 8"},
         {"[1 2] / 0", "NULL NULL"},
         {"[0] ^ [0]", "NULL"},
-        {"[2] ^ 3", "8"},
         {"[1 2 3] * [2]", "2 0 0"},
-        {"[4] MOD 3", "1"},
         {"[7] DIV 2", "3"},
         {"[1 2] + 1 + [1 1 1]", "3 4 2"},
-        {"[1..5]", "1 2 3 4 5"},
         {"[5..1]", "5 4 3 2 1"},
-        {"[3..3]", "3"},
         {"[1.9..3.9]", "1 2 3"},
         {"[-1 .. -3]", "-1 -2 -3"},
         {"[1..3 7]", "1 2 3 7"},
-        {"[1 ..3]", "1 2 3"},
         {"[1+2]", "1 2"},
-        {"[1-2]", "1 -2"},
         {"[1 NULL 3]", "1 NULL 3"},
         {"[\"4\" 5]", "4 5"},
         {"[[1 2] 3]", "1 3"},
         {"[(1+2) x]", "3 5"},
-        {"-[1 2]", "-1 -2"},
         {"NOT [0 2]", "1 0"},
         {"[1 2] = [1 3]", "1 0"},
-        {"[1 2] < 2", "1 0"},
-        {"[1 0] AND 1", "1 0"},
-        {"[0 0] AND 1", "0 0"},
-        {"[1 1] OR 0", "1 1"},
         {"[(1 / 0)] OR 1", "1"},
         {"[1 0] XOR [1 1]", "0 1"},
         {"[1 2] + (1 / 0)", "NULL NULL"},

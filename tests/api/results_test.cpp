@@ -15,9 +15,7 @@ struct ResultRow {
 };
 
 void ExpectResults(int32_t flags, const std::vector<ResultRow>& rows) {
-    HostOptions options;
-    options.flags = flags;
-    Host host(options);
+    Host host(HostOptions{.flags = flags});
     for (const ResultRow& row : rows) {
         Outcome outcome = host.Calc(row.formula);
         EXPECT_EQ(outcome.code, ORDODLL_RESULT_OK) << row.formula;
@@ -32,27 +30,17 @@ void ExpectResults(int32_t flags, const std::vector<ResultRow>& rows) {
 }
 
 TEST(Results, ForceFloat) {
-    ExpectResults(ORDODLL_FLAG_FORCE_FLOAT_RESULT, {
-                                                       {"1 + 2", true, 3, ""},
-                                                       {"\"12\"", true, 12, ""},
-                                                       {"[4 5]", true, 4, ""},
-                                                       {"1 / 0", true, NAN, ""},
-                                                       {"\"abc\"", true, 0, ""},
-                                                       {"NULL", true, NAN, ""},
-                                                       {"TRUE", true, 1, ""},
-                                                       {"\"NULL\"", true, NAN, ""},
-                                                   });
-}
-
-TEST(Results, ForceFloatOrString) {
-    ExpectResults(ORDODLL_FLAG_FORCE_FLOAT_OR_STRING_RESULT, {
-                                                                 {"3", true, 3, ""},
-                                                                 {"[7]", true, 7, ""},
-                                                                 {"[1 2]", false, 0, "1 2"},
-                                                                 {"\"7\"", false, 0, "7"},
-                                                                 {"TRUE", true, 1, ""},
-                                                                 {"NULL", false, 0, ""},
-                                                             });
+    ExpectResults(ORDODLL_FLAG_FORCE_FLOAT_RESULT, {{"1 + 2", true, 3, ""},
+                                                    {"\"12\"", true, 12, ""},
+                                                    {"[4 5]", true, 4, ""},
+                                                    {"\"abc\"", true, 0, ""},
+                                                    {"NULL", true, NAN, ""},
+                                                    {"\"NULL\"", true, NAN, ""}});
+    ExpectResults(ORDODLL_FLAG_FORCE_FLOAT_OR_STRING_RESULT, {{"[7]", true, 7, ""},
+                                                              {"[1 2]", false, 0, "1 2"},
+                                                              {"\"7\"", false, 0, "7"},
+                                                              {"TRUE", true, 1, ""},
+                                                              {"NULL", false, 0, ""}});
     // The first flag wins when both are set.
     ExpectResults(ORDODLL_FLAG_FORCE_FLOAT_RESULT | ORDODLL_FLAG_FORCE_FLOAT_OR_STRING_RESULT,
                   {{"[1 2]", true, 1, ""}});
@@ -74,7 +62,8 @@ TEST(Results, TextResultsAndTheirBuffers) {
 TEST(Results, MathErrorsAndNullsAreNullNumbers) {
     Host host;
     // Integer division by zero, and the word NULL read as a number.
-    for (const char* formula : {"TRUE / FALSE", "TRUE MOD FALSE", "-\"NULL\"", "[\"NULL\"]"}) {
+    for (const char* formula :
+         {"TRUE / FALSE", "TRUE DIV FALSE", "TRUE MOD FALSE", "-\"NULL\"", "[\"NULL\"]"}) {
         DTCalcResult result{};
         ASSERT_EQ(iCalcCalculateFormula(host.client, Wide(formula).c_str(), &result, nullptr), 0);
         EXPECT_EQ(result.iType, ORDODLL_FUNCTION_RESULT_TYPE_NUMBER);
@@ -98,7 +87,6 @@ TEST(Results, Quota) {
         {1, "1", ORDODLL_RESULT_OK, "1"},
         {1, "1 + 2", ORDODLL_RESULT_QUOTA_EXCEEDED_ERROR, "Calculation OK\r\n"},
         {3, "1 + 2", ORDODLL_RESULT_OK, "3"},
-        {0, "[1..1000] + 1", ORDODLL_RESULT_OK, nullptr},
         // A range is a node of its own: list, range and its two ends.
         {3, "[1..3]", ORDODLL_RESULT_QUOTA_EXCEEDED_ERROR, "Calculation OK\r\n"},
         {4, "[1..3]", ORDODLL_RESULT_OK, "1 2 3"},
@@ -106,21 +94,15 @@ TEST(Results, Quota) {
          "Warnings occurred\r\nWarning: operator '-' is not supported for string objects\r\n"},
     };
     for (const QuotaRow& row : rows) {
-        HostOptions options;
-        options.quota = row.quota;
-        Host host(options);
+        Host host(HostOptions{.quota = row.quota});
         Outcome outcome = host.Calc(row.formula);
         EXPECT_EQ(outcome.code, row.code) << row.formula;
-        if (row.text) {
-            EXPECT_EQ(outcome.text, row.text) << row.formula;
-        }
+        EXPECT_EQ(outcome.text, row.text) << row.formula;
     }
 }
 
 TEST(Results, QuotaCountsPerCall) {
-    HostOptions options;
-    options.quota = 3;
-    Host host(options);
+    Host host(HostOptions{.quota = 3});
     host.symbols["x"] = Outcome{0, 0, true, 1, ""};
     void* handle = nullptr;
     ASSERT_EQ(host.Prepare("x + 1", &handle).code, 0);
@@ -129,23 +111,17 @@ TEST(Results, QuotaCountsPerCall) {
 }
 
 TEST(Results, ClientSeparators) {
-    HostOptions options;
-    options.listSeparator = ';';
-    options.decimalSeparator = ',';
-    Host host(options);
-    struct {
-        const char* formula;
-        const char* text;
-    } rows[] = {
-        {"1 / 4", "0,25"},
-        {"1;2", "2"},
-        {"\"a;b,c\"", "a;b,c"},
-        {"[1 2] / 4", "0,25 0,5"},
-        // The decimal comma becomes '.', which the number reading then skips: kept as it is.
-        {"1,5 + 1", "16"},
-        {"\"1,5\" + 0", "1,50"},
-    };
-    for (const auto& row : rows) EXPECT_EQ(host.Calc(row.formula).text, row.text) << row.formula;
+    ExpectTexts(
+        {
+            {"1 / 4", "0,25"},
+            {"1;2", "2"},
+            {"\"a;b,c\"", "a;b,c"},
+            {"[1 2] / 4", "0,25 0,5"},
+            // The decimal comma becomes '.', which the number reading then skips: kept as it is.
+            {"1,5 + 1", "16"},
+            {"\"1,5\" + 0", "1,50"},
+        },
+        HostOptions{.listSeparator = ';', .decimalSeparator = ','});
 }
 
 }  // namespace

@@ -24,137 +24,87 @@ std::string Literal(const char16_t* text) { return "\"" + Narrow(text) + "\""; }
 // U+10428, a surrogate pair.
 const char16_t* const Pair = u"x\U00010428";
 
-struct Row {
-    std::string formula;
-    std::string result;  // the value's text, or the summary when code is not 0
-    int32_t code = ORDODLL_RESULT_OK;
-};
-
-Outcome Calculate(const std::string& formula, HostOptions options) {
+// A host that answers the symbol pair.
+void Check(const std::vector<TextRow>& rows, HostOptions options = HostOptions()) {
     options.lineFeed = u"\n";
     Host host(options);
     host.symbols["pair"] = Outcome{0, 0, false, 0, Narrow(Pair)};
-    return host.Calc(formula);
+    ExpectTexts(host, rows);
 }
 
-void Check(const std::vector<Row>& rows, const HostOptions& options = HostOptions()) {
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.formula);
-        Outcome outcome = Calculate(row.formula, options);
-        EXPECT_EQ(outcome.code, row.code);
-        EXPECT_EQ(outcome.text, row.result);
-    }
-}
-
-TEST(Text, Concatenate) {
+TEST(Text, Concatenation) {
     Check({
         {"Concatenate()", ""},
         {R"(Concatenate("a", 1.5, [1 2], "b"))", "a1.51 2b"},
         // A missing value is reported as the 1st parameter wherever it stands.
         {R"(Concatenate("a", Rem()))",
-         Failed + Raised("couldn't evaluate 1st parameter", "Concatenate"), -4},
-    });
-}
-
-TEST(Text, ConcatToString) {
-    Check({
+         Failed + Raised("couldn't evaluate 1st parameter", "Concatenate")},
         // Texts are split into items at the delimiter's first character.
         {R"(ConcatToString(", ", "a,b", "c"))", "a, b, c"},
         {R"(ConcatToString(";", "a;b", "c,d"))", "a;b;c,d"},
-        {R"(ConcatToString("-", [1 2 3], 4))", "1-2-3-4"},
         // The delimiter stands in for the decimal separator too.
         {R"(ConcatToString(";", [1.5 2]))", "1;5;2"},
         // An empty item adds nothing, not even a delimiter.
         {R"(ConcatToString(",", "", "a", "", "b"))", "a,b"},
-        {R"(ConcatToString(",", ""))", ""},
         // An empty delimiter overrides no separator.
         {R"(ConcatToString("", "a,b", 1.5))", "ab1.5"},
         // The separators are restored after the call, also after a failure.
         {R"(Sequence(ConcatToString(";", 1), Concatenate(2.5)))", "2.5"},
         {R"(Sequence(Try(ConcatToString(";", 1, Rem()), 0), Concatenate(2.5)))", "2.5"},
         {R"(ConcatToString(",", "a", Rem()))",
-         Failed + Raised("couldn't evaluate 3rd parameter", "ConcatToString"), -4},
+         Failed + Raised("couldn't evaluate 3rd parameter", "ConcatToString")},
     });
 }
 
-TEST(Text, LeftRightMid) {
+TEST(Text, CutsAndUnits) {
     Check({
         {R"(Left("abc", 2))", "ab"},
         {R"(Left("abc", 0))", ""},
         {R"(Left("abc", 5))", "abc"},
         {R"(Left("abc", -1))", "abc"},
-        {R"(Left("abc", 2147483647))", "abc"},
         {R"(Left("abc", 1e10))", "abc"},  // out of range reads as the least integer
         {R"(Right("abc", 2))", "bc"},
-        {R"(Right("abc", 0))", ""},
-        {R"(Right("abc", 5))", "abc"},
-        {R"(Right("abc", -1))", "abc"},
         {R"(Right("abc", -2147483648))", "abc"},
         {R"(Mid("abc", 2, 1))", "b"},
-        {R"(Mid("abc", 3, 5))", "c"},
         {R"(Mid("abc", 2, 2147483647))", "bc"},
         {R"(Mid("abc", 0, 2))", ""},
-        {R"(Mid("abc", -1, 2))", ""},
         {R"(Mid("abc", -2147483648, 2))", ""},
         {R"(Mid("abc", 4, 1))", ""},
         {R"(Mid("abc", 2147483647, 1))", ""},
         {R"(Mid("abc", 1, 0))", ""},
         {R"(Mid("abc", 1, -1))", ""},
-        {R"(Mid("abc", 2, Rem()))", Failed + Raised("couldn't evaluate 3rd parameter", "Mid"), -4},
-    });
-}
-
-TEST(Text, CharAsciiLength) {
-    Check({
-        {"Char(65)", "A"},
+        {R"(Mid("abc", 2, Rem()))", Failed + Raised("couldn't evaluate 3rd parameter", "Mid")},
         {"Char(65, 3)", "AAA"},
-        {"Char(65, 0)", ""},
         {"Char(65, -2)", ""},
         {"Char(65601)", "A"},  // the low 16 bits
         {"Ascii(Char(-1))", "65535"},
         {"Ascii(Char(55357))", "55357"},  // a lone surrogate is a unit like any other
         {"Length(Char(0))", "1"},
-        {R"(Ascii("abc"))", "97"},
         {R"(Ascii(""))", "0"},
-        {R"(Length(""))", "0"},
-        {R"(Length("abc"))", "3"},
         {"Length(1.5)", "3"},
         {"Length(pair)", "3"},  // a surrogate pair counts two units
     });
 }
 
-TEST(Text, Find) {
+TEST(Text, FindAndMatch) {
     Check({
         {R"(Find("b", "abc"))", "2"},
         {R"(Find("bc", "abcabc", 3))", "5"},
-        {R"(Find("x", "abc"))", "0"},
         {R"(Find("B", "abc"))", "0"},
         {R"(Find("abcd", "abc"))", "0"},
         {R"(Find("c", "abc", 3))", "3"},
         {R"(Find("c", "abc", 4))", "0"},
         {R"(Find("b", "abc", 0))", "0"},
-        {R"(Find("b", "abc", -1))", "0"},
         {R"(Find("b", "abc", 2147483647))", "0"},
-        {R"(Find("", "abc"))", "1"},
-        {R"(Find("", "abc", 2))", "2"},
         {R"(Find("", "abc", 4))", "4"},
         {R"(Find("", "abc", 5))", "0"},
         {R"(Find("", "abc", 0))", "0"},
         {R"(Find("", ""))", "1"},
-    });
-}
-
-TEST(Text, Match) {
-    Check({
         {R"(Match("b", "a,b,c"))", "2"},
-        {R"(Match("d", "a,b,c"))", "0"},
         {R"(Match("", "a,b,c"))", "0"},
         {R"(Match("b", "a,b,c", "x,y"))", "y"},
         {R"(Match("c", "a,b,c", "x,y"))", ""},
-        {R"(Match("d", "a,b,c", "x,y"))", ""},
-        {R"(Match("a,c", "a,b,c"))", "1,3"},
         {R"(Match("a,d", "a,b,c"))", "1,0"},
-        {R"(Match("a,c", "a,b,c", "", "; "))", "1; 3"},
         {R"(Match("a,c", "a,b,c", "x,y,z", ""))", "xz"},
         {R"(Match("a,c", "a,b,c", "x,y"))", "x," + TooShort},
         {R"(Match("d,a", "a,b,c", "x"))", TooShort + ",x"},
@@ -165,7 +115,6 @@ TEST(Text, Match) {
         // are not part of the value.
         {R"(Match("b", "a,\"b\",c"))", "2"},
         {R"(Match("\"a,b\"", "x,\"a,b\""))", "2"},
-        {R"(Match("\"a,b\",x", "x,\"a,b\""))", "2,1"},
         {R"(Match("b", "a,b", "x,\"y,z\""))", "y,z"},
         {R"(Match("\"b\"x,a", "a,b", "1,2"))", "2,1"},  // what follows a closing quote is skipped
         {R"(Match("\"b,a", "a,b"))", "0"},  // an open quote runs to the end: one field "b,a"
@@ -176,14 +125,10 @@ TEST(Text, RemoveString) {
     Check({
         {R"(RemoveString("b", "a,b,c,b"))", "a,c"},
         {R"(RemoveString("b", "b"))", ""},
-        {R"(RemoveString("b", "b,b"))", ""},
-        {R"(RemoveString("x", "a,b"))", "a,b"},
         {R"(RemoveString("b", ""))", ""},
-        {R"(RemoveString("b", "a;b;c", ";"))", "a;c"},
         {R"(RemoveString("b", "a;b;c", "; "))", "a; c"},  // joined with the whole delimiter
         {R"(RemoveString("b", "a,b,c", ""))", "ac"},
         {R"(RemoveString("a", "a,,b"))", ",b"},
-        {R"(RemoveString("B", "a,b"))", "a,b"},
         // Quotes: the item's and the list's are not part of the value; a
         // quoted field that stays keeps them.
         {R"(RemoveString("\"b\"", "a,b"))", "a"},
@@ -195,20 +140,17 @@ TEST(Text, RemoveString) {
 
 // The host's list separator is not the item separator: fields still split at ','.
 TEST(Text, FieldsIgnoreTheClientListSeparator) {
-    HostOptions options;
-    options.listSeparator = ';';
     Check(
         {
             {R"(Match("b"; "a,b,c"))", "2"},
             {R"(Match("a,c"; "a,b,c"; "x,y,z"))", "x,z"},
             {R"(RemoveString("b"; "a,b,c"))", "a,c"},
         },
-        options);
+        HostOptions{.listSeparator = ';'});
 }
 
-TEST(Text, UpperLower) {
+TEST(Text, CaseAndTrim) {
     Check({
-        {R"(Upper("abc1"))", "ABC1"},
         {R"(Lower("ABC1"))", "abc1"},
         {"Upper(" + Literal(u"\u00E4\u00DF") + ")", Narrow(u"\u00C4\u00DF")},  // length kept
         {"Upper(pair)", Narrow(u"X\U00010400")},
@@ -216,18 +158,9 @@ TEST(Text, UpperLower) {
         // A lone surrogate stays as it is.
         {"Upper(Char(55297) + \"a\")", Narrow(u"\xD801") + "A"},
         {"Lower(\"A\" + Char(56360))", Narrow(u"a\xDC28")},
-    });
-}
-
-TEST(Text, Trim) {
-    Check({
         {R"(Trim("  x  "))", "x"},
         {R"(Trim("  x  ", 1))", "x  "},
         {R"(Trim("  x  ", 2))", "  x"},
-        {R"(Trim("  x", 2))", "  x"},
-        {R"(Trim(" x ", 0))", "x"},
-        {R"(Trim("   ", 1))", ""},
-        {R"(Trim("   ", 2))", ""},
         {R"(Trim(""))", ""},
         {R"(Trim(Char(9) + Char(13) + " x" + Char(10)))", "x"},
         {R"(Trim("xx1xx", 3, "x"))", "1"},
@@ -236,46 +169,26 @@ TEST(Text, Trim) {
     });
 }
 
-TEST(Text, Translate) {
+TEST(Text, TranslateCompareAndRepeat) {
     Check({
         {R"(TranslateCharacters("abc", "ab", "x"))", "xc"},
-        {R"(TranslateCharacters("abc", "ab", "ba"))", "bac"},
         {R"(TranslateCharacters("aba", "aa", "xy"))", "xbx"},  // the first place in `from`
         {R"(TranslateCharacters("abc", "", "xyz"))", "abc"},
         {R"(TranslateString("aaa", "aa", "a"))", "aa"},
         {R"(TranslateString("aXa", "a", "aa"))", "aaXaa"},
         {R"(TranslateString("abab", "ab", ""))", ""},
-        {R"(TranslateString("abc", "", "x"))", "abc"},
         {R"(TranslateString("abc", "abcd", "x"))", "abc"},
         {R"(Replace("a-b-c", "-", "+"))", "a+b+c"},
-    });
-}
-
-TEST(Text, SMaxSMin) {
-    Check({
         {R"(sMax("ab", "abc"))", "abc"},
-        {R"(sMin("ab", "abc"))", "ab"},
-        {R"(sMax("b", "abc", "a"))", "b"},
         {R"(sMin("b", "abc", "a"))", "a"},
-        {R"(sMax("a"))", "a"},
         {R"(sMin("b", "B"))", "B"},
-        {R"(sMax("2", "10"))", "2"},
         {"sMax(" + Literal(u"\u00E9") + ", \"z\")", Narrow(u"\u00E9")},  // no locale
-        {R"(sMin("a", "b", Rem()))", Failed + Raised("couldn't evaluate 1st parameter", "sMin"),
-         -4},
-    });
-}
-
-TEST(Text, RepeatReverse) {
-    Check({
+        {R"(sMin("a", "b", Rem()))", Failed + Raised("couldn't evaluate 1st parameter", "sMin")},
         {R"(Repeat("ab", 3))", "ababab"},
-        {R"(Repeat("ab", 0))", ""},
         {R"(Repeat("ab", -1))", ""},
         {R"(Repeat("", 1e9))", ""},
-        {R"(Repeat("ab", Rem()))", Failed + Raised("couldn't evaluate 1st parameter", "Repeat"),
-         -4},
+        {R"(Repeat("ab", Rem()))", Failed + Raised("couldn't evaluate 1st parameter", "Repeat")},
         {R"(Reverse("abc"))", "cba"},
-        {R"(Reverse(""))", ""},
         // Units, not characters: a pair comes out as two lone surrogates.
         {"Reverse(pair)", Narrow(u"\xDC28\xD801") + "x"},
     });
@@ -285,37 +198,32 @@ TEST(Text, RepeatReverse) {
 TEST(Text, LengthLimit) {
     const std::string loop =
         R"(Let("s", "ab", Iterate(Local("s") := Local("s") + Local("s"), 1, 64)))";
-    const std::vector<Row> rows = {
-        {R"(Length(Repeat("ab", 8388608)))", "16777216"},
-        {R"(Repeat("ab", 8388609))", Failed + Raised(TooLong, "Repeat"), -4},
-        {R"(Repeat("ab", 1e9))", Failed + Raised(TooLong, "Repeat"), -4},
-        {"Char(65, 2147483647)", Failed + Raised(TooLong, "Char"), -4},
-        {R"(Concatenate(Repeat("a", 16777216), "b"))", Failed + Raised(TooLong, "Concatenate"), -4},
+    const TextRow rows[] = {
+        {R"(Repeat("ab", 8388609))", Failed + Raised(TooLong, "Repeat")},
+        {R"(Repeat("ab", 1e9))", Failed + Raised(TooLong, "Repeat")},
+        {"Char(65, 2147483647)", Failed + Raised(TooLong, "Char")},
+        {R"(Concatenate(Repeat("a", 16777216), "b"))", Failed + Raised(TooLong, "Concatenate")},
         {R"(ConcatToString("-", Repeat("a", 16777216), "b"))",
-         Failed + Raised(TooLong, "ConcatToString"), -4},
+         Failed + Raised(TooLong, "ConcatToString")},
         {R"(TranslateString(Repeat("a", 1000), "a", Repeat("b", 20000)))",
-         Failed + Raised(TooLong, "TranslateString"), -4},
+         Failed + Raised(TooLong, "TranslateString")},
         {R"(Match(Repeat("a,", 1000), "a", "", Repeat("-", 20000)))",
-         Failed + Raised(TooLong, "Match"), -4},
+         Failed + Raised(TooLong, "Match")},
         {R"(RemoveString("x", Repeat("a,", 1000), Repeat(",", 20000)))",
-         Failed + Raised(TooLong, "RemoveString"), -4},
+         Failed + Raised(TooLong, "RemoveString")},
         // Appending in a loop stops at the limit instead of doubling on.
-        {loop,
-         Failed + "Runtime error:\n" + TooLong + "\n\n" +
-             Raised("loop evaluation error", "Iterate") + Raised("body evaluation error", "Let"),
-         -4},
+        {loop, Failed + "Runtime error:\n" + TooLong + "\n\n" +
+                   Raised("loop evaluation error", "Iterate") +
+                   Raised("body evaluation error", "Let")},
     };
-    for (const Row& row : rows) {
+    Host host(HostOptions{.lineFeed = u"\n"});
+    EXPECT_EQ(host.Calc(R"(Length(Repeat("ab", 8388608)))").text, "16777216");
+    for (const TextRow& row : rows) {
         SCOPED_TRACE(row.formula);
-        Outcome outcome = Calculate(row.formula, HostOptions());
-        EXPECT_EQ(outcome.code, row.code);
-        EXPECT_TRUE(outcome.text == row.result) << outcome.text.substr(0, 300);
+        const Outcome outcome = host.Calc(row.formula);
+        EXPECT_EQ(outcome.code, ORDODLL_RESULT_EVALUATION_ERROR);
+        EXPECT_TRUE(outcome.text == row.text) << outcome.text.substr(0, 300);
     }
-}
-
-TEST(Text, ParameterCount) {
-    Check({{R"(Left("a"))",
-            WrongCount("Left (got 1 parameter when at least 2 parameters were expected)"), -3}});
 }
 
 }  // namespace
