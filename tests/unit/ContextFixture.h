@@ -1,7 +1,6 @@
 // A fixture for unit tests that build values themselves: a calculation
-// context, current for the test's lifetime, on a client with the given
-// symbol callback (by default one that knows no symbol), an environment that
-// owns the values, and builders of the common values.
+// context, current for the test's lifetime, on a client without symbols, an
+// environment that owns the values, and builders of the common values.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -18,15 +17,10 @@
 
 namespace CalcEngine {
 
-inline int32_t NoSymbols(const char16_t*, DTCalcFunctionParameterValue*, int32_t, DTCalcResult*,
-                         void*) {
-    return ORDODLL_RESULT_UNKNOWN_ERROR;
-}
-
 class ContextFixture : public testing::Test {
 protected:
-    explicit ContextFixture(TCalcGetSymbolValueFunc symbols = NoSymbols)
-        : client(NewTestClient(symbols)),
+    ContextFixture()
+        : client(NewTestClient(nullptr)),
           context(ClientOfHandle(client), nullptr),
           scope(&context) {}
     ~ContextFixture() override { iCalcFinalize(client); }

@@ -30,18 +30,4 @@ TEST(Handles, NoHandleValueEverComesBack) {
     EXPECT_EQ(iCalcFinalize(client), ORDODLL_RESULT_OK);
 }
 
-TEST(Handles, FinalizeEndsTheHandlesOfItsFormulas) {
-    void* client = NewTestClient(nullptr);
-    const CalcClient* object = ClientOfHandle(client);
-    DTCalcFormulaPreparationResult preparation{};
-    void* formula = nullptr;
-    ASSERT_EQ(iCalcPrepareFormula(client, u"1 + x", &preparation, &formula, nullptr),
-              ORDODLL_RESULT_OK);
-    ASSERT_NE(FormulaOfHandle(formula, object), nullptr);
-    EXPECT_EQ(iCalcFinalize(client), ORDODLL_RESULT_OK);
-    // Only compared: the client is gone. Its formula is too, which the leak
-    // checker confirms.
-    EXPECT_EQ(FormulaOfHandle(formula, object), nullptr);
-}
-
 }  // namespace

@@ -44,6 +44,11 @@ protected:
         value.Dump(out, 0);
         return out;
     }
+
+    // The Dump of an item list holding `items` (as their Dumps, joined by ", ").
+    static WString Items(const WString& items) {
+        return u"ObjectVector: Itemlist" + (items.empty() ? WString() : u", " + items);
+    }
 };
 
 // A list of items of several kinds and a null item, as every reading sees it.
@@ -68,86 +73,54 @@ TEST_F(ItemListTest, ReadsItsItems) {
     StringVector texts;
     list->AppendToStrings(texts);
     EXPECT_EQ(texts, (StringVector{u"1.5", u"NULL", u"2"}));
-
-    PtrWrapper shortList(List({Int(1), nullptr}));
-    EXPECT_EQ(DumpOf(*shortList), u"ObjectVector: Itemlist, (Integer) 1, NULL");
 }
 
 TEST_F(ItemListTest, NumberIsZeroWhateverTheItems) {
-    std::vector<PtrWrapper> lists;
-    lists.emplace_back(List({Number(7)}));
-    lists.emplace_back(List({Int(-3), Int(4)}));
-    lists.emplace_back(List({Numbers({5, 6})}));
-    lists.emplace_back(List({Text(u"9")}));
-    lists.emplace_back(List({}));
-    for (const PtrWrapper& list : lists) {
-        double number = -1;
-        int32_t integer = -1;
-        list->GetNumber(number);
-        list->GetInt(integer);
-        EXPECT_EQ(number, 0.0) << ToUtf8(DumpOf(*list));
-        EXPECT_EQ(integer, 0) << ToUtf8(DumpOf(*list));
-    }
+    PtrWrapper list(List({Int(-3), Numbers({5, 6}), Text(u"9")}));
+    double number = -1;
+    int32_t integer = -1;
+    list->GetNumber(number);
+    list->GetInt(integer);
+    EXPECT_EQ(number, 0.0);
+    EXPECT_EQ(integer, 0);
 }
 
 // Assigning a whole value takes it apart into items; a scalar has none.
 TEST_F(ItemListTest, AssignTakesTheValueApart) {
-    struct Case {
-        std::function<Object*()> source;
-        const char16_t* expected;
+    const std::pair<Object*, const char16_t*> cases[] = {
+        {Number(5), u""},
+        {Numbers({1, 2}), u"(Number) 1, (Number) 2"},
+        {Text(u"a,b"), u"(String) a, (String) b"},
+        {List({Int(3), nullptr}), u"(Integer) 3, NULL"},
+        {CurrentFactory()->CreateVariable(&environment, PtrWrapper(Numbers({4})).Get()),
+         u"(Number) 4"},
     };
-    const Case cases[] = {
-        {[&] { return Number(5); }, u"ObjectVector: Itemlist"},
-        {[&] {
-             return Numbers({1, 2});
-         },
-         u"ObjectVector: Itemlist, (Number) 1, (Number) 2"},
-        {[&] { return Text(u"a,b"); }, u"ObjectVector: Itemlist, (String) a, (String) b"},
-        {[&] {
-             return List({Int(3), nullptr});
-         },
-         u"ObjectVector: Itemlist, (Integer) 3, NULL"},
-        {[&] {
-             return CurrentFactory()->CreateVariable(&environment, PtrWrapper(Numbers({4})).Get());
-         },
-         u"ObjectVector: Itemlist, (Number) 4"},
-    };
-    for (const Case& c : cases) {
+    for (const auto& [value, expected] : cases) {
         PtrWrapper list(List({Int(9)}));
-        PtrWrapper source(c.source());
+        PtrWrapper source(value);
         list->Assign(*source, true);
-        EXPECT_EQ(DumpOf(*list), c.expected);
+        EXPECT_EQ(DumpOf(*list), Items(expected));
     }
-}
-
-TEST_F(ItemListTest, AssignSharesTheItemsOfAList) {
     PtrWrapper source(List({Int(1)}));
     PtrWrapper list(List({}));
     list->Assign(*source, true);
-    EXPECT_EQ(AsList(list).items[0].Get(), AsList(source).items[0].Get());
+    EXPECT_EQ(AsList(list).items[0].Get(), AsList(source).items[0].Get());  // shared, not copied
 }
 
 // Assigning to the items: a value to each, or the items of a list or text
 // to the items at the same positions.
 TEST_F(ItemListTest, AssignToTheItems) {
-    struct Case {
-        std::function<Object*()> source;
-        const char16_t* expected;
+    const std::pair<Object*, const char16_t*> cases[] = {
+        {Number(4), u"(Integer) 4, NULL, (Number) 4"},
+        {List({Int(7), Int(8), Int(9), Int(10)}), u"(Integer) 7, NULL, (Number) 9"},
+        {List({Int(7)}), u"(Integer) 7, NULL, (Number) 2"},
+        {Text(u"5,6"), u"(Integer) 5, NULL, (Number) 2"},
     };
-    const Case cases[] = {
-        {[&] { return Number(4); }, u"ObjectVector: Itemlist, (Integer) 4, NULL, (Number) 4"},
-        {[&] {
-             return List({Int(7), Int(8), Int(9), Int(10)});
-         },
-         u"ObjectVector: Itemlist, (Integer) 7, NULL, (Number) 9"},
-        {[&] { return List({Int(7)}); }, u"ObjectVector: Itemlist, (Integer) 7, NULL, (Number) 2"},
-        {[&] { return Text(u"5,6"); }, u"ObjectVector: Itemlist, (Integer) 5, NULL, (Number) 2"},
-    };
-    for (const Case& c : cases) {
+    for (const auto& [value, expected] : cases) {
         PtrWrapper list(List({Int(1), nullptr, Number(2)}));
-        PtrWrapper source(c.source());
+        PtrWrapper source(value);
         list->Assign(*source, false);
-        EXPECT_EQ(DumpOf(*list), c.expected);
+        EXPECT_EQ(DumpOf(*list), Items(expected));
     }
 }
 
@@ -155,120 +128,60 @@ TEST_F(ItemListTest, AssignToTheItems) {
 TEST_F(ItemListTest, BinaryOperatorsApplyToEachItem) {
     struct Case {
         const char* name;
-        std::function<Object*()> left;
+        Object* left;
         int32_t op;
-        std::function<Object*()> right;
+        Object* right;
         const char16_t* expected;
     };
     const Case cases[] = {
-        {"the shorter list starts again",
-         [&] {
-             return List({Int(1), Int(2), Int(3)});
-         },
-         OpPlus,
-         [&] {
-             return List({Int(10), Int(20)});
-         },
-         u"ObjectVector: Itemlist, (Integer) 11, (Integer) 22, (Integer) 13"},
-        {"a null item keeps its position",
-         [&] {
-             return List({Int(1), nullptr, Int(3)});
-         },
-         OpPlus,
-         [&] {
-             return List({Int(10), Int(20)});
-         },
-         u"ObjectVector: Itemlist, (Integer) 11, NULL, (Integer) 13"},
-        {"a null right item skips",
-         [&] {
-             return List({Int(1), Int(2)});
-         },
-         OpPlus,
-         [&] {
-             return List({nullptr, Int(20)});
-         },
-         u"ObjectVector: Itemlist, (Integer) 1, (Integer) 22"},
-        {"an empty right list changes nothing", [&] { return List({Int(1)}); }, OpPlus,
-         [&] { return List({}); }, u"ObjectVector: Itemlist, (Integer) 1"},
-        {"items are promoted",
-         [&] {
-             return List({Int(1), Number(2.5)});
-         },
-         OpMul, [&] { return Number(2); }, u"ObjectVector: Itemlist, (Number) 2, (Number) 5"},
-        {"a number list meets each item whole",
-         [&] {
-             return List({Int(1), Int(2)});
-         },
-         OpPlus,
-         [&] {
-             return Numbers({10, 20});
-         },
-         u"ObjectVector: Itemlist, 11 21, 12 22"},
-        {"a text meets the items by its items",
-         [&] {
-             return List({Int(1), Int(2)});
-         },
-         OpPlus, [&] { return Text(u"10,20"); },
-         u"ObjectVector: Itemlist, (String) 110, (String) 220"},
-        {"a number on the left spreads over the items", [&] { return Int(3); }, OpPlus,
-         [&] {
-             return List({Int(1), Number(2)});
-         },
-         u"ObjectVector: Itemlist, (Integer) 4, (Number) 5"},
-        {"comparisons",
-         [&] {
-             return List({Int(1), Int(5)});
-         },
-         OpLt, [&] { return Int(3); }, u"ObjectVector: Itemlist, (Integer) 1, (Integer) 0"},
+        {"the shorter list starts again", List({Int(1), Int(2), Int(3)}), OpPlus,
+         List({Int(10), Int(20)}), u"(Integer) 11, (Integer) 22, (Integer) 13"},
+        {"a null item keeps its position", List({Int(1), nullptr, Int(3)}), OpPlus,
+         List({Int(10), Int(20)}), u"(Integer) 11, NULL, (Integer) 13"},
+        {"a null right item skips", List({Int(1), Int(2)}), OpPlus, List({nullptr, Int(20)}),
+         u"(Integer) 1, (Integer) 22"},
+        {"an empty right list changes nothing", List({Int(1)}), OpPlus, List({}), u"(Integer) 1"},
+        {"items are promoted", List({Int(1), Number(2.5)}), OpMul, Number(2),
+         u"(Number) 2, (Number) 5"},
+        {"a number list meets each item whole", List({Int(1), Int(2)}), OpPlus, Numbers({10, 20}),
+         u"11 21, 12 22"},
+        {"a text meets the items by its items", List({Int(1), Int(2)}), OpPlus, Text(u"10,20"),
+         u"(String) 110, (String) 220"},
+        {"a number on the left spreads over the items", Int(3), OpPlus, List({Int(1), Number(2)}),
+         u"(Integer) 4, (Number) 5"},
+        {"comparisons", List({Int(1), Int(5)}), OpLt, Int(3), u"(Integer) 1, (Integer) 0"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        PtrWrapper left(c.left());
-        PtrWrapper right(c.right());
+        PtrWrapper left(c.left);
+        PtrWrapper right(c.right);
         PtrWrapper result(BinOp::Apply(c.op, environment, *left, *right));
-        EXPECT_EQ(DumpOf(*result), c.expected);
+        EXPECT_EQ(DumpOf(*result), Items(c.expected));
     }
-}
-
-TEST_F(ItemListTest, ItemErrorsPassThrough) {
     PtrWrapper list(List({Int(1)}));
     PtrWrapper zero(Int(0));
-    EXPECT_THROW(list->OperatorDiv(*zero), MathError);
+    EXPECT_THROW(list->OperatorDiv(*zero), MathError);  // item errors pass through
 }
 
 // Lists share items (a copy of a list holds the same items): changing one
 // list must leave the other as it was.
 TEST_F(ItemListTest, ChangesStayInTheirList) {
-    struct Case {
-        const char* name;
-        std::function<void(Object& copy)> change;
+    PtrWrapper zero(Int(0));
+    PtrWrapper eight(Int(8));
+    const std::function<void(Object&)> changes[] = {
+        [&](Object& copy) { copy.OperatorPlus(*eight); },
+        [&](Object& copy) { copy.OperatorLand(CountingOperand(zero.Get())); },
+        [](Object& copy) { copy.UnaryMinus(); },
+        [](Object& copy) { copy.SetNumber(8); },
+        [&](Object& copy) { copy.Assign(*eight, false); },
     };
-    const Case cases[] = {
-        {"binary operator",
-         [&](Object& copy) {
-             PtrWrapper one(Int(1));
-             copy.OperatorPlus(*one);
-         }},
-        {"logical operator",
-         [&](Object& copy) {
-             PtrWrapper zero(Int(0));
-             copy.OperatorLand(CountingOperand(zero.Get()));
-         }},
-        {"unary operator", [](Object& copy) { copy.UnaryMinus(); }},
-        {"setter", [](Object& copy) { copy.SetNumber(8); }},
-        {"assignment to the items",
-         [&](Object& copy) {
-             PtrWrapper eight(Int(8));
-             copy.Assign(*eight, false);
-         }},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto& change : changes) {
+        SCOPED_TRACE(&change - changes);
         PtrWrapper original(List({Int(3)}));
         PtrWrapper copy(original->Clone());
-        c.change(*copy);
-        EXPECT_EQ(DumpOf(*original), u"ObjectVector: Itemlist, (Integer) 3");
-        EXPECT_NE(DumpOf(*copy), u"ObjectVector: Itemlist, (Integer) 3");
+        change(*copy);
+        EXPECT_EQ(DumpOf(*original), Items(u"(Integer) 3"));
+        EXPECT_NE(DumpOf(*copy), Items(u"(Integer) 3"));
     }
 }
 
@@ -281,9 +194,9 @@ TEST_F(ItemListTest, LogicalOperatorsEvaluateTheRightSideOnce) {
         const char16_t* expected;
     };
     const Case cases[] = {
-        {&Object::OperatorLand, 1, u"ObjectVector: Itemlist, (Integer) 0, (Integer) 1"},
-        {&Object::OperatorLor, 0, u"ObjectVector: Itemlist, (Integer) 0, (Integer) 2"},
-        {&Object::OperatorLxor, 1, u"ObjectVector: Itemlist, (Integer) 1, (Integer) 0"},
+        {&Object::OperatorLand, 1, u"(Integer) 0, (Integer) 1"},
+        {&Object::OperatorLor, 0, u"(Integer) 0, (Integer) 2"},
+        {&Object::OperatorLxor, 1, u"(Integer) 1, (Integer) 0"},
     };
     for (const Case& c : cases) {
         PtrWrapper list(List({Int(0), Int(2)}));
@@ -291,32 +204,23 @@ TEST_F(ItemListTest, LogicalOperatorsEvaluateTheRightSideOnce) {
         CountingOperand operand(right.Get());
         EXPECT_EQ(((*list).*c.apply)(operand), nullptr);
         EXPECT_EQ(operand.evaluations, 1);
-        EXPECT_EQ(DumpOf(*list), c.expected);
+        EXPECT_EQ(DumpOf(*list), Items(c.expected));
     }
-}
-
-// No value on the right reads as null, which a logical operator takes as
-// true.
-TEST_F(ItemListTest, LogicalOperatorWithoutRightValue) {
+    // No value on the right reads as null, which a logical operator takes as true.
     PtrWrapper list(List({Int(0), nullptr}));
     EXPECT_EQ(list->OperatorLor(CountingOperand(nullptr)), nullptr);
-    EXPECT_EQ(DumpOf(*list), u"ObjectVector: Itemlist, (Integer) 1, NULL");
+    EXPECT_EQ(DumpOf(*list), Items(u"(Integer) 1, NULL"));
 }
 
 TEST_F(ItemListTest, UnaryOperatorsApplyToEachItem) {
-    struct Case {
-        void (Object::*apply)();
-        const char16_t* expected;
+    const std::pair<void (Object::*)(), const char16_t*> cases[] = {
+        {&Object::UnaryMinus, u"(Integer) 0, NULL, (Number) -2.5"},
+        {&Object::OperatorLnot, u"(Integer) 1, NULL, (Number) 0"},
     };
-    const Case cases[] = {
-        {&Object::UnaryMinus, u"ObjectVector: Itemlist, (Integer) 0, NULL, (Number) -2.5"},
-        {&Object::OperatorLnot, u"ObjectVector: Itemlist, (Integer) 1, NULL, (Number) 0"},
-        {&Object::UnaryPlus, u"ObjectVector: Itemlist, (Integer) 0, NULL, (Number) 2.5"},
-    };
-    for (const Case& c : cases) {
+    for (const auto& [apply, expected] : cases) {
         PtrWrapper list(List({Int(0), nullptr, Number(2.5)}));
-        ((*list).*c.apply)();
-        EXPECT_EQ(DumpOf(*list), c.expected);
+        ((*list).*apply)();
+        EXPECT_EQ(DumpOf(*list), Items(expected));
     }
 }
 
@@ -330,44 +234,33 @@ TEST_F(ItemListTest, GetItemAndGetItemAt) {
     PtrWrapper scalarAcross(list->GetItem(2, true));
     EXPECT_EQ(scalarAcross.Get(), AsList(list).items[2].Get());
 
-    struct Case {
-        int32_t index;
-        const char16_t* expected;
-    };
-    for (const Case& c :
-         {Case{2, u"(Integer) 3"}, Case{1, u"Void"}, Case{3, u"Void"}, Case{-1, u"Void"}}) {
-        PtrWrapper index(Int(c.index));
+    const std::pair<int32_t, const char16_t*> items[] = {
+        {2, u"(Integer) 3"}, {1, u"Void"}, {3, u"Void"}, {-1, u"Void"}};
+    for (const auto& [at, expected] : items) {
+        PtrWrapper index(Int(at));
         PtrWrapper item(AsList(list).GetItemAt(*index));
-        EXPECT_EQ(DumpOf(*item), c.expected) << c.index;
+        EXPECT_EQ(DumpOf(*item), expected) << at;
     }
-}
 
-TEST_F(ItemListTest, GetItemAcrossAListOfLists) {
-    PtrWrapper list(List({Numbers({1, 2}), Numbers({3}), nullptr}));
-    PtrWrapper across(list->GetItem(1, true));
-    EXPECT_EQ(DumpOf(*across), u"ObjectVector: Itemlist, (Number) 2, Void, Void");
+    PtrWrapper lists(List({Numbers({1, 2}), Numbers({3}), nullptr}));
+    PtrWrapper across(lists->GetItem(1, true));
+    EXPECT_EQ(DumpOf(*across), Items(u"(Number) 2, Void, Void"));
 }
 
 TEST_F(ItemListTest, ShiftAndReverse) {
-    struct Case {
-        int n;
-        const char16_t* expected;
+    const std::pair<int, const char16_t*> cases[] = {
+        {1, u"(Integer) 2, (Integer) 3, NULL"},
+        {-2, u"NULL, NULL, (Integer) 1"},
+        {3, u"NULL, NULL, NULL"},
     };
-    const Case cases[] = {
-        {0, u"ObjectVector: Itemlist, (Integer) 1, (Integer) 2, (Integer) 3"},
-        {1, u"ObjectVector: Itemlist, (Integer) 2, (Integer) 3, NULL"},
-        {-2, u"ObjectVector: Itemlist, NULL, NULL, (Integer) 1"},
-        {3, u"ObjectVector: Itemlist, NULL, NULL, NULL"},
-        {-3, u"ObjectVector: Itemlist, NULL, NULL, NULL"},
-    };
-    for (const Case& c : cases) {
+    for (const auto& [n, expected] : cases) {
         PtrWrapper list(List({Int(1), Int(2), Int(3)}));
-        list->Shift(c.n);
-        EXPECT_EQ(DumpOf(*list), c.expected) << c.n;
+        list->Shift(n);
+        EXPECT_EQ(DumpOf(*list), Items(expected)) << n;
     }
     PtrWrapper list(List({Int(1), nullptr, Int(3)}));
     EXPECT_EQ(list->Reverse(), list.Get());
-    EXPECT_EQ(DumpOf(*list), u"ObjectVector: Itemlist, (Integer) 3, NULL, (Integer) 1");
+    EXPECT_EQ(DumpOf(*list), Items(u"(Integer) 3, NULL, (Integer) 1"));
 }
 
 TEST_F(ItemListTest, FilterAndScatter) {
@@ -378,27 +271,25 @@ TEST_F(ItemListTest, FilterAndScatter) {
     };
     const Case cases[] = {
         {{true, false, true},
-         u"ObjectVector: Itemlist, (Integer) 1, (Integer) 3",
-         u"ObjectVector: Itemlist, (Integer) 7, (Integer) 2, (Integer) 8"},
+         u"(Integer) 1, (Integer) 3",
+         u"(Integer) 7, (Integer) 2, (Integer) 8"},
         // Past the mask's end nothing is selected.
-        {{false, true},
-         u"ObjectVector: Itemlist, (Integer) 2",
-         u"ObjectVector: Itemlist, (Integer) 1, (Integer) 7, (Integer) 3"},
+        {{false, true}, u"(Integer) 2", u"(Integer) 1, (Integer) 7, (Integer) 3"},
         // Past the end of the values a position keeps its item.
         {{true, true, true},
-         u"ObjectVector: Itemlist, (Integer) 1, (Integer) 2, (Integer) 3",
-         u"ObjectVector: Itemlist, (Integer) 7, (Integer) 8, (Integer) 3"},
+         u"(Integer) 1, (Integer) 2, (Integer) 3",
+         u"(Integer) 7, (Integer) 8, (Integer) 3"},
     };
     for (const Case& c : cases) {
         PtrWrapper list(List({Int(1), Int(2), Int(3)}));
         PtrWrapper filtered(list->Filter(c.mask));
         EXPECT_EQ(filtered.Get(), list.Get());
-        EXPECT_EQ(DumpOf(*list), c.filtered);
+        EXPECT_EQ(DumpOf(*list), Items(c.filtered));
 
         PtrWrapper target(List({Int(1), Int(2), Int(3)}));
         PtrWrapper values(List({Int(7), Int(8)}));
         target->Scatter(*values, c.mask);
-        EXPECT_EQ(DumpOf(*target), c.scattered);
+        EXPECT_EQ(DumpOf(*target), Items(c.scattered));
     }
 }
 
@@ -408,96 +299,42 @@ Object* RunReport(const ObjectVector& list) {
     return list.Report(func);
 }
 
-using Sum = ObjectVector::ReportSumFunc;
-using Min = ObjectVector::ReportMinFunc;
-using Max = ObjectVector::ReportMaxFunc;
-using Mean = ObjectVector::ReportMeanFunc;
+const auto Sum = &RunReport<ObjectVector::ReportSumFunc>;
+const auto Min = &RunReport<ObjectVector::ReportMinFunc>;
+const auto Max = &RunReport<ObjectVector::ReportMaxFunc>;
+const auto Mean = &RunReport<ObjectVector::ReportMeanFunc>;
 
 TEST_F(ItemListTest, Reports) {
     struct Case {
         const char* name;
         Object* (*run)(const ObjectVector&);
-        std::function<Object*()> list;
+        Object* list;
         const char16_t* expected;
     };
     const Case cases[] = {
-        {"sum promotes", &RunReport<Sum>,
-         [&] {
-             return List({Int(1), Number(2.5), Int(3)});
-         },
-         u"(Number) 6.5"},
-        {"sum of lists", &RunReport<Sum>,
-         [&] {
-             return List({Numbers({1, 2}), Int(1)});
-         },
-         u"2 3"},
-        {"sum skips null items", &RunReport<Sum>,
-         [&] {
-             return List({nullptr, Int(4)});
-         },
-         u"(Integer) 4"},
-        {"min of numbers", &RunReport<Min>,
-         [&] {
-             return List({Int(3), Number(1.5), Int(2)});
-         },
-         u"(Number) 1.5"},
-        {"max of numbers", &RunReport<Max>,
-         [&] {
-             return List({Int(3), Number(1.5), Int(2)});
-         },
-         u"(Number) 3"},
-        {"mean of numbers", &RunReport<Mean>,
-         [&] {
-             return List({Int(1), Int(2), Int(6)});
-         },
-         u"(Number) 3"},
-        {"min of lists pads with the default value", &RunReport<Min>,
-         [&] {
-             return List({Numbers({1, 5}), Numbers({3})});
-         },
+        {"sum promotes", Sum, List({Int(1), Number(2.5), Int(3)}), u"(Number) 6.5"},
+        {"sum of lists", Sum, List({Numbers({1, 2}), Int(1)}), u"2 3"},
+        {"min of numbers", Min, List({Int(3), Number(1.5), Int(2)}), u"(Number) 1.5"},
+        {"max of numbers", Max, List({Int(3), Number(1.5), Int(2)}), u"(Number) 3"},
+        {"mean of numbers", Mean, List({Int(1), Int(2), Int(6)}), u"(Number) 3"},
+        {"min of lists pads with the default value", Min, List({Numbers({1, 5}), Numbers({3})}),
          u"1 0"},
-        {"min of lists with nulls", &RunReport<Min>,
-         [&] {
-             return List({Numbers({null, 5}), Numbers({3, null})});
-         },
-         u"3 0"},
-        {"max of lists", &RunReport<Max>,
-         [&] {
-             return List({Numbers({1, 5}), Numbers({3, 2})});
-         },
-         u"3 5"},
-        {"mean of lists counts null as 0", &RunReport<Mean>,
-         [&] {
-             return List({Numbers({1, null}), Numbers({3, 4})});
-         },
+        {"min of lists with nulls", Min, List({Numbers({null, 5}), Numbers({3, null})}), u"3 0"},
+        {"mean of lists counts null as 0", Mean, List({Numbers({1, null}), Numbers({3, 4})}),
          u"2 2"},
-        {"a scalar first reads lists as numbers", &RunReport<Min>,
-         [&] {
-             return List({Int(4), Numbers({1, 9})});
-         },
+        {"a scalar first reads lists as numbers", Min, List({Int(4), Numbers({1, 9})}),
          u"(Number) 1"},
-        {"a list first spreads scalars", &RunReport<Min>,
-         [&] {
-             return List({Numbers({5, 9}), Int(7)});
-         },
-         u"5 7"},
-        {"no items", &RunReport<Mean>, [&] { return List({}); }, u"Void"},
-        {"only null items", &RunReport<Sum>, [&] { return List({nullptr}); }, u"Void"},
+        {"a list first spreads scalars", Min, List({Numbers({5, 9}), Int(7)}), u"5 7"},
+        {"only null items", Sum, List({nullptr}), u"Void"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        PtrWrapper list(c.list());
+        PtrWrapper list(c.list);
         const WString before = DumpOf(*list);
         PtrWrapper result(c.run(AsList(list)));
         EXPECT_EQ(DumpOf(*result), c.expected);
         EXPECT_EQ(DumpOf(*list), before);
     }
-}
-
-TEST_F(ItemListTest, SumIsTheSumReport) {
-    PtrWrapper list(List({Int(1), Int(2)}));
-    PtrWrapper sum(list->Sum());
-    EXPECT_EQ(DumpOf(*sum), u"(Integer) 3");
 }
 
 TEST_F(ItemListTest, RecyclingReleasesTheItems) {
@@ -514,75 +351,46 @@ TEST_F(ItemListTest, RecyclingReleasesTheItems) {
 // --- Masks ------------------------------------------------------------------
 
 TEST_F(ItemListTest, MaskSelectsPositions) {
-    struct Case {
-        const char* name;
-        std::function<Object*(Object* target)> mask;
-        const char16_t* expected;
-    };
-    const Case cases[] = {
-        {"numbers: null and 0 select nothing",
-         [&](Object* target) {
-             DoubleVector numbers;
-             numbers.values = {1, null, 0, 2};
-             return CurrentFactory()->CreateMask(&environment, target, numbers);
-         },
-         u"1,4"},
-        {"bits",
-         [&](Object* target) {
-             return CurrentFactory()->CreateMask(&environment, target,
-                                                 BitVector{false, true, true, false});
-         },
+    PtrWrapper target(List({Int(1), Int(2), Int(3), Int(4)}));
+    DoubleVector numbers;
+    numbers.values = {1, null, 0, 2};
+    ObjectFactory& factory = *CurrentFactory();
+    const std::pair<Object*, const char16_t*> cases[] = {
+        // Null and 0 select nothing.
+        {factory.CreateMask(&environment, target.Get(), numbers), u"1,4"},
+        {factory.CreateMask(&environment, target.Get(), BitVector{false, true, true, false}),
          u"2,3"},
-        {"a shorter mask selects nothing past its end",
-         [&](Object* target) {
-             return CurrentFactory()->CreateMask(&environment, target, BitVector{false, true});
-         },
-         u"2"},
+        // A shorter mask selects nothing past its end.
+        {factory.CreateMask(&environment, target.Get(), BitVector{false, true}), u"2"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        PtrWrapper target(List({Int(1), Int(2), Int(3), Int(4)}));
-        PtrWrapper mask(c.mask(target.Get()));
-        EXPECT_EQ(TextOf(*mask), c.expected);
+    for (const auto& [value, expected] : cases) {
+        PtrWrapper mask(value);
+        EXPECT_EQ(TextOf(*mask), expected);
         EXPECT_EQ(mask->Target(), target.Get());
         PtrWrapper clone(mask->Clone());
-        EXPECT_EQ(TextOf(*clone), c.expected);
+        EXPECT_EQ(TextOf(*clone), expected);
         PtrWrapper selection(Resolve(mask.Get()));
-        EXPECT_EQ(TextOf(*selection), c.expected);
+        EXPECT_EQ(TextOf(*selection), expected);
         EXPECT_EQ(TextOf(*target), u"1,2,3,4");
     }
 }
 
 // Writing through a mask changes the selected positions of the target only.
 TEST_F(ItemListTest, MaskWritesSelectedPositions) {
-    struct Case {
-        const char* name;
-        std::function<void(Object& mask)> write;
-        const char16_t* expected;
+    DoubleVector seven;
+    seven.values = {7};
+    PtrWrapper values(Numbers({7, 8}));
+    const std::pair<std::function<void(Object&)>, const char16_t*> cases[] = {
+        {[](Object& mask) { mask.SetNumber(9); }, u"9,2,3,9"},
+        {[&](Object& mask) { mask.SetFromNumbers(seven); }, u"7,2,3,4"},
+        {[&](Object& mask) { mask.Assign(*values, true); }, u"7,2,3,8"},
     };
-    const Case cases[] = {
-        {"number", [](Object& mask) { mask.SetNumber(9); }, u"9,2,3,9"},
-        {"numbers",
-         [](Object& mask) {
-             DoubleVector numbers;
-             numbers.values = {7};
-             mask.SetFromNumbers(numbers);
-         },
-         u"7,2,3,4"},
-        {"assignment",
-         [&](Object& mask) {
-             PtrWrapper values(Numbers({7, 8}));
-             mask.Assign(*values, true);
-         },
-         u"7,2,3,8"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto& [write, expected] : cases) {
         PtrWrapper target(List({Int(1), Int(2), Int(3), Int(4)}));
         PtrWrapper mask(CurrentFactory()->CreateMask(&environment, target.Get(),
                                                      BitVector{true, false, false, true}));
-        c.write(*mask);
-        EXPECT_EQ(TextOf(*target), c.expected);
+        write(*mask);
+        EXPECT_EQ(TextOf(*target), expected);
     }
 }
 
@@ -590,18 +398,16 @@ TEST_F(ItemListTest, MaskWritesSelectedPositions) {
 // elements or items in the same way.
 TEST_F(ItemListTest, MaskOverNumbersAndText) {
     struct Case {
-        const char* name;
         Object* target;
         const char16_t* selected;
         Object* values;
         const char16_t* written;  // after the selection is assigned `values`
     };
     const Case cases[] = {
-        {"number list", Numbers({1, 2, 3, 4}), u"1 4", Numbers({7, 8}), u"7 2 3 8"},
-        {"text", Text(u"a,b,c,d"), u"a,d", Text(u"7,8"), u"7,b,c,8"},
+        {Numbers({1, 2, 3, 4}), u"1 4", Numbers({7, 8}), u"7 2 3 8"},
+        {Text(u"a,b,c,d"), u"a,d", Text(u"7,8"), u"7,b,c,8"},
     };
     for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
         PtrWrapper target(c.target);
         PtrWrapper values(c.values);
         PtrWrapper mask(CurrentFactory()->CreateMask(&environment, target.Get(),

@@ -1,3 +1,5 @@
+// The lexer: where tokens begin and end, their texts and positions, and its
+// error messages.
 #include <gtest/gtest.h>
 
 #include <antlr/RecognitionException.hpp>
@@ -8,7 +10,6 @@
 #include <vector>
 
 #include "language/CalcLexer.h"
-#include "language/MismatchedUnicodeCharException.h"
 #include "language/UnicodeCharBuffer.h"
 
 namespace CalcEngine {
@@ -53,29 +54,20 @@ struct TypeCase {
     const char* error;
 };
 
+// The token boundaries that the grammar alone does not settle, and where
+// and how a lexical error is reported.
 const TypeCase typeCases[] = {
-    {"", "", ""},
-    {" \t\f\r\n /* note */ \r", "", ""},
     // Keywords: upper case only, and not when identifier characters follow.
-    {"OR XOR AND NOT MOD DIV", "LOR LXOR LAND LNOT MODULO INT_DIV", ""},
-    {"TRUE FALSE NULL NIL", "TRUE_ FALSE_ NIL NIL", ""},
-    {"Null false Not mod", "IDENT IDENT IDENT IDENT", ""},
+    {"NIL Null false Not mod", "NIL IDENT IDENT IDENT IDENT", ""},
     {"ORDER NOTE MODEL DIVIDE ANDROID TRUEST XORED FALSEHOOD NIL2 OR_",
      "IDENT IDENT IDENT IDENT IDENT IDENT IDENT IDENT IDENT IDENT", ""},
-    {"NOT(TRUE)", "LNOT LPAREN TRUE_ RPAREN", ""},
     {"TRUE.x", "TRUE_", "line 1:6: unexpected char: 'x'"},
-    {"OR.x", "LOR", "line 1:4: unexpected char: 'x'"},
     // Operators, the longest first.
     {":= <> >= <= .. : < > = /", "ASSIGN NOT_EQUAL GE LE RANGE COLON LT_ GT EQUAL DIV", ""},
-    {"()[],;+-*^", "LPAREN RPAREN LBRACK RBRACK COMMA SEMI PLUS MINUS STAR POW", ""},
     {"a<>=b", "IDENT NOT_EQUAL EQUAL IDENT", ""},
     {"1/*c*/2/3", "NUM_INT NUM_INT DIV NUM_INT", ""},
     // Numbers.
-    {"[1..5]", "LBRACK NUM_INT RANGE NUM_INT RBRACK", ""},
-    {"12..345 1.5..2", "NUM_INT RANGE NUM_INT NUM_FLOAT RANGE NUM_INT", ""},
-    {"7 12 .5 1.25", "NUM_INT NUM_INT NUM_FLOAT NUM_FLOAT", ""},
     {"5.5.5", "NUM_FLOAT NUM_FLOAT", ""},
-    {"1e5 1E-5 2.5e3 .5e2", "NUM_FLOAT NUM_FLOAT NUM_FLOAT NUM_FLOAT", ""},
     {"2x 3e5y", "NUM_INT IDENT NUM_FLOAT IDENT", ""},
     {"5.", "NUM_INT", "line 1:3: unexpected char: EOF"},
     {"1.x", "NUM_INT", "line 1:3: unexpected char: 'x'"},
@@ -93,7 +85,6 @@ const TypeCase typeCases[] = {
     {"a.", "", "line 1:3: unexpected char: EOF"},
     {"a.*", "", "line 1:3: unexpected char: '*'"},
     // Strings and comments.
-    {"\"a\" \"\" \"/* \\\" */\"", "STRING_LITERAL STRING_LITERAL STRING_LITERAL", ""},
     {"\"a\\q\"", "", "line 1:4: unexpected char: 'q'"},
     {"\"abc", "", "line 1:5: expecting ''\"'', found 'EOF'"},
     {"\"abc\\", "", "line 1:6: unexpected char: EOF"},
@@ -102,11 +93,9 @@ const TypeCase typeCases[] = {
     {"/* a /* b */ c */", "IDENT STAR DIV", ""},
     // Characters outside the language.
     {"'a'", "", "line 1:1: unexpected char: '''"},
-    {"a $", "IDENT", "line 1:3: unexpected char: '$'"},
     {"\t$", "", "line 1:2: unexpected char: '$'"},
     // Line counting: \r\n, \r and \n end a line; inside a string nothing does.
     {"a\n  $", "IDENT", "line 2:3: unexpected char: '$'"},
-    {"a\r\n$", "IDENT", "line 2:1: unexpected char: '$'"},
     {"\r\r\n\n$", "", "line 4:1: unexpected char: '$'"},
     {"\"x\r\ny\" $", "STRING_LITERAL", "line 1:8: unexpected char: '$'"},
     {"/*\r\n*/$", "", "line 2:3: unexpected char: '$'"},
@@ -134,8 +123,7 @@ struct TextCase {
 };
 
 const TextCase textCases[] = {
-    {"a.b.c NOTE.x1 \xC3\xA9t\xC3\xA9", {"a.b.c", "NOTE.x1", "\xC3\xA9t\xC3\xA9"}},
-    {"1.5e-3 .5 7..8", {"1.5e-3", ".5", "7", "..", "8"}},
+    {"NOTE.x1 7..8", {"NOTE.x1", "7", "..", "8"}},
     {"\"a\\tb\\\"c\\\\d\\ne\\rf\"", {"a\tb\"c\\d\ne\rf"}},
     {"\"\" \"x\r\ny\" \"\xE2\x82\xAC\xD1\x8F\"", {"", "x\r\ny", "\xE2\x82\xAC\xD1\x8F"}},
     {"/* * ** */x/***/y", {"x", "y"}},
@@ -159,13 +147,10 @@ struct PositionCase {
 };
 
 const PositionCase positionCases[] = {
-    {"x", 0, 1, 1},
-    {"  x", 2, 1, 3},
     {"/* c */x", 7, 1, 8},
     {"a + \"\xC3\xA9\" b", 8, 1, 9},
     {"\xC3\xA9\xC3\xA9 ORDER", 3, 1, 4},
     {"a\r\n /*\n*/ b", 10, 3, 4},
-    {"1..5", 3, 1, 4},
 };
 
 TEST(LexerTest, TokenPositions) {
@@ -179,52 +164,9 @@ TEST(LexerTest, TokenPositions) {
     }
 }
 
-TEST(LexerTest, LongInputs) {
-    std::string formula;
-    for (int i = 0; i < 200000; ++i) formula += "x1+2.5";
-    EXPECT_EQ(Lex(formula).tokens.size(), 200000u * 3);
-    const std::string literal = "\"" + std::string(1000000, 'a') + "\"";
-    EXPECT_EQ(Lex(literal).tokens.at(0)->getText().size(), 1000000u);
+TEST(LexerTest, LongComment) {
     const std::string comment = "/*" + std::string(1000000, '*') + "*/1";
     EXPECT_EQ(OffsetOf(Lex(comment).tokens.at(0)), 1000004u);
-}
-
-std::vector<int> CodePoints(const std::string& bytes) {
-    std::istringstream stream(bytes);
-    UnicodeCharBuffer buffer(stream);
-    std::vector<int> codes;
-    for (int c = buffer.getChar(); c != -1; c = buffer.getChar()) codes.push_back(c);
-    return codes;
-}
-
-TEST(UnicodeCharBufferTest, DecodesUtf8) {
-    EXPECT_EQ(CodePoints("a\x7F"), (std::vector<int>{'a', 0x7F}));
-    EXPECT_EQ(CodePoints("\xC3\xA9\xD1\x8F\xE2\x82\xAC"), (std::vector<int>{0xE9, 0x44F, 0x20AC}));
-    // Four-byte forms read as three bytes, then a stray continuation byte as 0.
-    EXPECT_EQ(CodePoints("\xF0\x9F\x98\x80"), (std::vector<int>{0x7D8, 0}));
-    EXPECT_EQ(CodePoints("\xFC\x81\x82\x83"), (std::vector<int>{0x101083}));
-    EXPECT_EQ(CodePoints("\x80\xBF"), (std::vector<int>{0, 0}));
-}
-
-TEST(MismatchedUnicodeCharExceptionTest, Messages) {
-    std::istringstream stream("");
-    UnicodeCharBuffer buffer(stream);
-    CalcLexer scanner(buffer);
-    antlr::BitSet set;
-    set.add('\n');
-    set.add('a');
-    using E = MismatchedUnicodeCharException;
-    EXPECT_EQ(E(-1, '*', false, scanner).toString(), "line 1:1: expecting ''*'', found 'EOF'");
-    EXPECT_EQ(E('x', '*', true, scanner).getMessage(),
-              "expecting anything but ''*''; got it anyway");
-    EXPECT_EQ(E('x', '0', '9', false, scanner).getMessage(),
-              "expecting token in range: ''0''..''9'', found ''x''");
-    EXPECT_EQ(E('x', '0', '9', true, scanner).getMessage(),
-              "expecting token NOT in range: '0''..''9'', found ''x''");
-    EXPECT_EQ(E('x', set, false, scanner).getMessage(),
-              "expecting one of ( '0x0A' ''a''), found ''x''");
-    EXPECT_EQ(E('x', set, true, scanner).getMessage(),
-              "expecting NOT one of ( '0x0A' ''a''), found ''x''");
 }
 
 }  // namespace

@@ -1,3 +1,5 @@
+// The parser: how it groups operators and labels arguments, the trees that
+// evaluation cannot tell apart, its error messages, and its nesting limit.
 #include <gtest/gtest.h>
 #include <pthread.h>
 
@@ -6,8 +8,8 @@
 
 #include "context/CalcContext.h"
 #include "interface/Handles.h"
-#include "interface/ordo.h"
 #include "language/CalcParser.h"
+#include "tests/TestClient.h"
 #include "tree/Environment.h"
 #include "tree/Operators.h"
 #include "tree/References.h"
@@ -16,19 +18,10 @@ using namespace CalcEngine;
 
 namespace {
 
-int32_t IgnoreLog(const char16_t*, int32_t) { return 0; }
-
 // One client for all tests; each parse runs in a context of its own.
 class ParserTest : public testing::Test {
 protected:
-    static void SetUpTestSuite() {
-        DTCalcInit init{};
-        init.iVersion = ORDODLL_VERSION;
-        init.xWriteLogEntryFunc = IgnoreLog;
-        init.xcLineFeed = u"\n";
-        init.xxClientHandle = &client;
-        ASSERT_EQ(iCalcInitialize(&init), ORDODLL_RESULT_OK);
-    }
+    static void SetUpTestSuite() { client = NewTestClient(nullptr); }
     static void TearDownTestSuite() { iCalcFinalize(client); }
 
     // Parses `formula` and runs `inspect` on the tree; answers the first
@@ -45,7 +38,7 @@ protected:
         WString summary;
         context.GetSummary(summary, u"Formula preparation");
         size_t start = summary.find(u'\n') + 1;
-        return ToUtf8(summary.substr(start, summary.find(u'\n', start) - start));
+        return ToUtf8(summary.substr(start, summary.find_first_of(u"\r\n", start) - start));
     }
 
     // The Dump of the parsed formula, or its error message.
@@ -111,23 +104,19 @@ private:
     }
 };
 
-// Collects what the parser gave each VarRef: offsets and argument labels.
-class VarRefCollector : public SymNodeVisitor {
+// Collects the argument labels the parser gave each VarRef.
+class LabelCollector : public SymNodeVisitor {
 public:
     void Visit(SymNode& node) override {
         auto* ref = dynamic_cast<VarRef*>(&node);
-        if (!ref) return;
-        if (!positions.empty()) positions += " ";
-        positions += std::to_string(ref->Identifier().Position());
-        if (const ExpressionList* arguments = ref->Arguments()) {
-            for (size_t i = 0; i < arguments->Size(); ++i)
-                labels += (i ? "|" : "") + ToUtf8((*arguments)[i].GetLabel());
-        }
+        if (!ref || !ref->Arguments()) return;
+        const ExpressionList& arguments = *ref->Arguments();
+        for (size_t i = 0; i < arguments.Size(); ++i)
+            labels += (i ? "|" : "") + ToUtf8(arguments[i].GetLabel());
     }
     void VisitUp(SymNode&) override {}
     void VisitConst(SymNode&) override {}
 
-    std::string positions;
     std::string labels;
 };
 
@@ -136,115 +125,79 @@ struct Case {
     const char* expected;
 };
 
-std::ostream& operator<<(std::ostream& out, const Case& c) { return out << c.formula; }
-
-class DumpTest : public ParserTest, public testing::WithParamInterface<Case> {};
-
-TEST_P(DumpTest, BuildsTree) { EXPECT_EQ(Outcome(GetParam().formula), GetParam().expected); }
-
-INSTANTIATE_TEST_SUITE_P(Cases, DumpTest,
-                         testing::Values(
-                             // Top level: an empty formula, or a missing last expression, is null.
-                             Case{"", "NULL"}, Case{"  /* only a comment */ ", "NULL"},
-                             Case{"1, 2, 3", "1, 2, 3"}, Case{"1,", "1, NULL"},
-                             // Constants: every number is a float; TRUE and FALSE are integers.
-                             Case{"TRUE, FALSE, NULL, NIL", "1, 0, NULL, NULL"},
-                             Case{"2.5, .5, 1e3, 007", "2.5, 0.5, 1000, 7"},
-                             Case{"\"a b\", \"\xC3\xA9\", \xC3\xA9t\xC3\xA9",
-                                  "\"a b\", \"\xC3\xA9\", \xC3\xA9t\xC3\xA9"},
-                             Case{"a = 1", "a = 1"}, Case{"-1, +x, NOT y", "-1, +x, NOTy"},
-                             // Lists: items side by side, a sign starts a new item, ranges inside.
-                             Case{"[1 2 3]", "[1 2 3]"}, Case{"[1+2]", "[1 +2]"},
-                             Case{"[1-2]", "[1 -2]"}, Case{"[1..3 7]", "[1..3 7]"},
-                             Case{"[1 ..3]", "[1..3]"}, Case{"[-1 .. -3]", "[-1..-3]"},
-                             Case{"[x ..y]", "[x..y]"},
-                             Case{"[(1 * 2) f(1) [2] NOT a]", "[(1 * 2) f(1) [2] NOTa]"},
-                             // Arguments: a trailing comma adds nothing.
-                             Case{"f()", "f()"}, Case{"f(1, 2)", "f(1, 2)"}, Case{"f(1,)", "f(1)"},
-                             Case{"a.b.c(x := 1)", "a.b.c(x := 1)"},
-                             // An empty string as a label labels nothing.
-                             Case{"f(\"\" = 1, \"x\" = 2)", "f(1, x = 2)"}));
-
-class ShapeTest : public ParserTest, public testing::WithParamInterface<Case> {};
-
-TEST_P(ShapeTest, GroupsOperators) {
-    EXPECT_EQ(Gathered(GetParam().formula, &PrefixPrinter::out), GetParam().expected);
+// The trees that evaluation alone does not tell apart: a trailing comma in
+// arguments, an assignment as an argument, list items.
+TEST_F(ParserTest, BuildsTree) {
+    const Case cases[] = {
+        {"f(1,)", "f(1)"},
+        {"a.b.c(x := 1)", "a.b.c(x := 1)"},
+        {"[(1 * 2) f(1) [2] NOT a]", "[(1 * 2) f(1) [2] NOTa]"},
+    };
+    for (const Case& c : cases) EXPECT_EQ(Outcome(c.formula), c.expected) << c.formula;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Cases, ShapeTest,
-    testing::Values(
-        // Every binary level is left-associative, `^` included.
-        Case{"1 - 2 - 3", "- - 1 2 3"}, Case{"1 - 2 + 3 - 4", "- + - 1 2 3 4"},
-        Case{"2 ^ 3 ^ 2", "^ ^ 2 3 2"}, Case{"8 / 4 * 2 MOD 3 DIV 1", "DIV MOD * / 8 4 2 3 1"},
-        Case{"1 - (2 - 3)", "- 1 (2 - 3)"}, Case{"(1 - 2) - 3", "- (1 - 2) 3"},
+TEST_F(ParserTest, GroupsOperators) {
+    const Case cases[] = {
+        // Every binary level is left-associative.
+        {"1 - 2 + 3 - 4", "- + - 1 2 3 4"},
+        {"8 / 4 * 2 MOD 3 DIV 1", "DIV MOD * / 8 4 2 3 1"},
         // Precedence, loosest first: OR XOR AND, = <>, < > <= >=, + -, * / DIV MOD, ^.
-        Case{"a OR b XOR c AND d", "OR a XOR b AND c d"},
-        Case{"a AND b = c <> d", "AND a <> = b c d"},
-        Case{"a = b < c + d * e ^ f", "= a < b + c * d ^ e f"},
-        Case{"a ^ b * c + d < e = f", "= < + * ^ a b c d e f"},
+        {"a OR b XOR c AND d", "OR a XOR b AND c d"},
+        {"a AND b = c <> d", "AND a <> = b c d"},
+        {"a = b < c + d * e ^ f", "= a < b + c * d ^ e f"},
+        {"a ^ b * c + d < e = f", "= < + * ^ a b c d e f"},
         // Unary operators bind tighter than `^`.
-        Case{"-2 ^ 2", "^ -2 2"}, Case{"NOT a = b", "= NOTa b"},
+        {"NOT a = b", "= NOTa b"},
         // Assignment is loosest and right-associative.
-        Case{"a := b := 1 + 2", ":= a := b + 1 2"},
-        Case{"a = f(1 - 2 - 3) - 1", "= a - f(1 - 2 - 3) 1"}));
-
-// Labels of the one symbol with arguments in the formula, joined by "|".
-class LabelTest : public ParserTest, public testing::WithParamInterface<Case> {};
-
-TEST_P(LabelTest, LabelsArguments) {
-    EXPECT_EQ(Gathered(GetParam().formula, &VarRefCollector::labels), GetParam().expected);
+        {"a := b := 1 + 2", ":= a := b + 1 2"},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(Gathered(c.formula, &PrefixPrinter::out), c.expected) << c.formula;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Cases, LabelTest,
-    testing::Values(Case{"f(a = 1)", "a"}, Case{"f(\"x y\" = 1)", "x y"}, Case{"f(\"\" = 1)", ""},
-                    Case{"f(a = 1, 2, b.c = -3)", "a||b.c"}, Case{"f(a = b = 1)", "a"},
-                    Case{"f((a) = 1, 1 = 1, a := 1)", "||"}, Case{"f(a + 1 = 2)", ""},
-                    Case{"f(\xC3\xA9 = 1)", "\xC3\xA9"}));
-
-TEST_F(ParserTest, IdentifiersCarryCodePointOffsets) {
-    // Arguments are visited before their symbol.
-    EXPECT_EQ(Gathered("  x + /* c */ yy(\xC3\xA9, z)", &VarRefCollector::positions), "2 17 20 14");
+// Labels of the one symbol with arguments in the formula, joined by "|":
+// only a name or a text standing alone before `=` is one.
+TEST_F(ParserTest, LabelsArguments) {
+    const Case cases[] = {
+        {"f(a = 1, 2, b.c = -3)", "a||b.c"},
+        {"f(a = b = 1)", "a"},
+        {"f((a) = 1, 1 = 1, a := 1)", "||"},
+        {"f(a + 1 = 2)", ""},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(Gathered(c.formula, &LabelCollector::labels), c.expected) << c.formula;
 }
 
-class ErrorTest : public ParserTest, public testing::WithParamInterface<Case> {};
-
-TEST_P(ErrorTest, Refuses) {
-    EXPECT_EQ(Outcome(GetParam().formula), std::string("parser exception: ") + GetParam().expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, ErrorTest,
-    testing::Values(
+TEST_F(ParserTest, Refuses) {
+    const Case cases[] = {
         // Closing tokens: the other closing or the end is a semantic error.
-        Case{"(1", "line 1:3: missing right parenthesis ')'"},
-        Case{"(1]", "line 1:3: missing right parenthesis ')'"},
-        Case{"f(1", "line 1:4: missing right parenthesis ')'"},
-        Case{"f(1]", "line 1:4: missing right parenthesis ')'"},
-        Case{"g(", "line 1:3: missing right parenthesis ')'"},
-        Case{"[1", "line 1:3: missing right bracket ']'"},
-        Case{"[1 2)", "line 1:5: missing right bracket ']'"},
-        Case{"(1, 2)", "line 1:3: expecting RPAREN, found ','"},
+        {"(1]", "line 1:3: missing right parenthesis ')'"},
+        {"f(1", "line 1:4: missing right parenthesis ')'"},
+        {"g(", "line 1:3: missing right parenthesis ')'"},
+        {"[1 2)", "line 1:5: missing right bracket ']'"},
+        {"(1, 2)", "line 1:3: expecting RPAREN, found ','"},
         // Any token outside the follow set fails at once.
-        Case{"[1, 2]", "line 1:3: unexpected token: ,"},
-        Case{"[1*2]", "line 1:3: unexpected token: *"}, Case{"[]", "line 1:2: unexpected token: ]"},
-        Case{"1..5", "line 1:2: unexpected token: .."},
-        Case{"1 2", "line 1:3: unexpected token: 2"}, Case{"1)", "line 1:2: unexpected token: )"},
-        Case{",1", "line 1:1: unexpected token: ,"}, Case{"1,,2", "line 1:3: unexpected token: ,"},
-        Case{"f(a = )", "line 1:7: unexpected token: )"},
-        Case{"1 +", "line 1:4: unexpected end of file"},
-        Case{"a :=", "line 1:5: unexpected end of file"},
+        {"[1, 2]", "line 1:3: unexpected token: ,"},
+        {"[]", "line 1:2: unexpected token: ]"},
+        {"1..5", "line 1:2: unexpected token: .."},
+        {"1 2", "line 1:3: unexpected token: 2"},
+        {",1", "line 1:1: unexpected token: ,"},
+        {"f(a = )", "line 1:7: unexpected token: )"},
+        {"1 +", "line 1:4: unexpected end of file"},
         // A `:` or `;` fails where it stands, or at a name up to three tokens before it.
-        Case{"1;", "line 1:2: unexpected token: ;"},
-        Case{"x + 1 + 2;", "line 1:10: unexpected token: ;"},
-        Case{"x + 1;", "line 1:1: unexpected token: x"},
-        Case{"a :", "line 1:1: unexpected token: a"},
-        Case{"x + f(;", "line 1:5: unexpected token: f"},
-        Case{"f(1:", "line 1:1: unexpected token: f"},
-        Case{"f(1, 2;", "line 1:7: unexpected token: ;"},
+        {"1;", "line 1:2: unexpected token: ;"},
+        {"x + 1 + 2;", "line 1:10: unexpected token: ;"},
+        {"x + 1;", "line 1:1: unexpected token: x"},
+        {"a :", "line 1:1: unexpected token: a"},
+        {"x + f(;", "line 1:5: unexpected token: f"},
+        {"f(1:", "line 1:1: unexpected token: f"},
+        {"f(1, 2;", "line 1:7: unexpected token: ;"},
         // Lines are counted.
-        Case{"1 +\n\n  * 2", "line 3:3: unexpected token: *"}));
+        {"1 +\n\n  * 2", "line 3:3: unexpected token: *"},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(Outcome(c.formula), std::string("parser exception: ") + c.expected) << c.formula;
+}
 
 std::string Repeat(const std::string& text, int times) {
     std::string out;
@@ -266,20 +219,6 @@ void RunWithStack(size_t bytes, const std::function<void()>& body) {
               0);
     pthread_join(thread, nullptr);
     pthread_attr_destroy(&attributes);
-}
-
-const size_t SmallStack = 1 << 20;
-
-TEST_F(ParserTest, LongChainsNeedNoStack) {
-    std::string sum = "1" + Repeat(" + 1", 99999);
-    std::string error = "not run";
-    size_t count = 0;
-    RunWithStack(SmallStack, [&] {
-        error =
-            Parse(sum, [&](Environment& environment) { count = environment.ExpressionCount(); });
-    });
-    EXPECT_EQ(error, "");
-    EXPECT_EQ(count, 1u);
 }
 
 struct Nesting {
@@ -308,12 +247,18 @@ TEST_F(ParserTest, LimitsNesting) {
         "parser exception: line 1:" + std::to_string(limit + 1) + ": expression nested too deeply");
 }
 
-TEST_F(ParserTest, DeepestNestingFitsSmallStack) {
+// A long chain needs no stack, and the deepest nesting fits a small one.
+TEST_F(ParserTest, SmallStackSuffices) {
     const int levels = CalcParser::MaxNestingDepth / 3;
-    std::string formula = Repeat("f([(", levels) + "1 + 2 * -3" + Repeat(")])", levels);
-    std::string error = "not run";
-    RunWithStack(SmallStack, [&] { error = Parse(formula, [](Environment&) {}); });
-    EXPECT_EQ(error, "");
+    const std::string formulas[] = {
+        "1" + Repeat(" + 1", 99999),
+        Repeat("f([(", levels) + "1 + 2 * -3" + Repeat(")])", levels),
+    };
+    for (const std::string& formula : formulas) {
+        std::string error = "not run";
+        RunWithStack(1 << 20, [&] { error = Parse(formula, [](Environment&) {}); });
+        EXPECT_EQ(error, "") << formula.substr(0, 20);
+    }
 }
 
 }  // namespace
